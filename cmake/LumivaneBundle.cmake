@@ -1,0 +1,24 @@
+# lumivane_add_bundle(TARGET NAME "X.ext" DIRECTORY D SOURCES ... [PLIST F] [RESOURCES F...])
+#
+# Builds a loadable bundle D/X.ext/Contents/{Info.plist,Linux/X,Resources/...} as module TARGET.
+# PLIST is a template configured with @LUMIVANE_BUNDLE_EXECUTABLE@ and @PROJECT_VERSION@. The bundle
+# is complete when TARGET is built. Its folder is the target property LUMIVANE_BUNDLE.
+function(lumivane_add_bundle target)
+  cmake_parse_arguments(B "" "NAME;DIRECTORY;PLIST" "SOURCES;RESOURCES" ${ARGN})
+  get_filename_component(LUMIVANE_BUNDLE_EXECUTABLE ${B_NAME} NAME_WLE)
+  set(contents ${B_DIRECTORY}/${B_NAME}/Contents)
+  add_library(${target} MODULE ${B_SOURCES})
+  lumivane_target(${target})
+  set_target_properties(${target} PROPERTIES
+    PREFIX "" SUFFIX ""
+    OUTPUT_NAME ${LUMIVANE_BUNDLE_EXECUTABLE}
+    LIBRARY_OUTPUT_DIRECTORY ${contents}/Linux
+    LUMIVANE_BUNDLE ${B_DIRECTORY}/${B_NAME})
+  if(B_PLIST)
+    configure_file(${B_PLIST} ${contents}/Info.plist @ONLY)
+  endif()
+  foreach(resource IN LISTS B_RESOURCES)
+    get_filename_component(name ${resource} NAME)
+    configure_file(${resource} ${contents}/Resources/${name} COPYONLY)
+  endforeach()
+endfunction()

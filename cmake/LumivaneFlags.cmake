@@ -1,0 +1,47 @@
+# Flags every target of the project is built with. lumivane_target(T) applies them.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+if(NOT CMAKE_BUILD_TYPE)
+  set(CMAKE_BUILD_TYPE Release CACHE STRING "" FORCE)
+endif()
+
+find_program(LUMIVANE_CCACHE ccache)
+if(LUMIVANE_CCACHE)
+  set(CMAKE_C_COMPILER_LAUNCHER ${LUMIVANE_CCACHE})
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${LUMIVANE_CCACHE})
+endif()
+
+add_library(lumivane_flags INTERFACE)
+target_include_directories(lumivane_flags INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
+target_compile_options(lumivane_flags INTERFACE
+  -Wall -Wextra -Wpedantic -Wcast-align -Wformat=2
+  # Four-character codes are the field's notation for formats and types.
+  -Wno-multichar
+  $<$<COMPILE_LANGUAGE:CXX>:-Wshadow -Wnon-virtual-dtor -Woverloaded-virtual>
+  $<$<CXX_COMPILER_ID:Clang>:-Wno-four-char-constants>
+  $<$<BOOL:${LUMIVANE_DEVELOPER}>:-Werror>
+  # Pixel and noise formulas are stated step by step: no fused or reassociated arithmetic.
+  -ffp-contract=off
+  # The log names sources by their path in the tree.
+  -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
+# Unique symbols would pin every module that has one in memory, so that unloading does nothing.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  target_compile_options(lumivane_flags INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-fno-gnu-unique>)
+endif()
+
+if(LUMIVANE_SANITIZE)
+  set(LUMIVANE_SANITIZE_FLAGS -fsanitize=${LUMIVANE_SANITIZE} -fno-omit-frame-pointer -g -O1)
+  if(LUMIVANE_SANITIZE MATCHES "undefined")
+    list(APPEND LUMIVANE_SANITIZE_FLAGS -fno-sanitize-recover=undefined)
+  endif()
+  target_compile_options(lumivane_flags INTERFACE ${LUMIVANE_SANITIZE_FLAGS})
+  target_link_options(lumivane_flags INTERFACE -fsanitize=${LUMIVANE_SANITIZE})
+endif()
+
+function(lumivane_target target)
+  target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:lumivane_flags>)
+endfunction()
