@@ -10,6 +10,7 @@
 #include <string>
 
 #include "platform/CoreServices/Files.h"
+#include "sdk/CoreX/Core_FSRef_inl.h"
 
 /// Where messages go; any other value means the file.
 enum kCoreLogOutput : int {
@@ -50,10 +51,6 @@ void _CoreMachDebugVerifyOSerrBody(int error, const char* function, const char* 
 struct CoreMachDebugTrace {
   static int sIndent;  ///< depth of nested trace output
 };
-
-/// Empties `path`, then writes the POSIX path of `fileRef` into it. False when the reference no
-/// longer names an object (one log line) or its path does not fit.
-bool bool_FSRef_GetUnixPath(const FSRef& fileRef, char (&path)[1024]);
 
 /// The toolkit's one exception, thrown where an error cannot be returned. All objects share one
 /// text of 2048 bytes: a second exception overwrites the first one's message.
