@@ -47,3 +47,5 @@ using CFPropertyListRef = CFTypeRef;
 using CFAllocatorRef = const struct __CFAllocator*;
 inline constexpr CFAllocatorRef kCFAllocatorDefault = nullptr;
 inline constexpr CFAllocatorRef kCFAllocatorSystemDefault = nullptr;
+
+inline constexpr CFIndex kCFNotFound = -1;

@@ -21,6 +21,8 @@ class CFRuntimeObject {
   virtual CFHashCode hashValue() const;
   /// A new description string, owned by the caller; never null.
   virtual CFStringRef copyDescriptionText() const;
+  /// What "%@" prints: a string's content, a number's value. The default is the description.
+  virtual CFStringRef copyFormattingText() const;
 
   void retainReference() const noexcept;
   /// Gives back one reference; the last one calls `finalize`.
@@ -43,3 +45,15 @@ class CFRuntimeObject {
 /// A new type identifier for a class of objects named `className` ("CGImage"). Never 0, and stable
 /// for the life of the process. The name is copied.
 CFTypeID CFRuntimeRegisterType(const char* className);
+
+/// The object as `T`, or null when it is null or of another type.
+template <class T>
+const T* CFRuntimeCast(CFTypeRef object, CFTypeID typeID) {
+  const auto* base = static_cast<const CFRuntimeObject*>(object);
+  return base != nullptr && base->typeID() == typeID ? static_cast<const T*>(base) : nullptr;
+}
+template <class T>
+T* CFRuntimeCast(void* object, CFTypeID typeID) {
+  auto* base = static_cast<CFRuntimeObject*>(object);
+  return base != nullptr && base->typeID() == typeID ? static_cast<T*>(base) : nullptr;
+}
