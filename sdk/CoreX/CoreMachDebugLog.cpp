@@ -9,13 +9,14 @@
 
 #include "sdk/CoreX/FormatWithoutArguments.h"
 
-#if __has_include("platform/System/asl.h")
 #include "platform/System/asl.h"
 #include "platform/System/syslog.h"
-#define CORE_HAS_SYSTEM_LOGS 1
-#endif
 
-#pragma weak FSFindFolder
+[[gnu::weak]] OSErr FSFindFolder(SInt16, OSType, Boolean, FSRef*);
+[[gnu::weak]] aslclient asl_open(const char*, const char*, std::uint32_t);
+[[gnu::weak]] void asl_close(aslclient);
+[[gnu::weak]] int asl_log(aslclient, aslmsg, int, const char*, ...);
+[[gnu::weak]] void SystemLog(int, const char*, ...);
 
 const char* g_CoreMachDebug_LogPrefix = "CILumivaneInput";
 const char* g_CoreMachDebug_LogFileName = "CILumivaneInput.log";
@@ -60,23 +61,13 @@ const char* LogFileName() {
 }
 
 void LogToASL(const char* text) {
-#ifdef CORE_HAS_SYSTEM_LOGS
   aslclient client = asl_open(g_CoreMachDebug_LogPrefix, kASLFacility, ASL_OPT_STDERR);
   asl_log(client, nullptr, kDebugPriority, "%s\n", text);
   asl_close(client);
-#else
-  static_cast<void>(text);
-  static_cast<void>(kASLFacility);
-  static_cast<void>(kDebugPriority);
-#endif
 }
 
 void LogToSyslog(const char* text) {
-#ifdef CORE_HAS_SYSTEM_LOGS
-  syslog(kDebugPriority, "%s:%s\n", g_CoreMachDebug_LogPrefix, text);
-#else
-  static_cast<void>(text);
-#endif
+  SystemLog(kDebugPriority, "%s:%s\n", g_CoreMachDebug_LogPrefix, text);
 }
 
 void LogToFile(const char* text) {

@@ -2,7 +2,7 @@
 
 #include "sdk/CoreX/CoreMachDebugLog.h"
 
-#pragma weak FSRefMakePath
+[[gnu::weak]] OSStatus FSRefMakePath(const FSRef*, UInt8*, UInt32);
 
 bool bool_FSRef_IsValid(const FSRef& fileRef) {
   UInt8 path[1024];
