@@ -1,17 +1,34 @@
-// The File Manager's references and the Folder Manager's look-ups, over POSIX.
+// The File Manager over POSIX: references of objects, catalogue information, and creating,
+// renaming, moving and deleting objects. Forks are in FileForks.h, specifications of the older kind
+// in FileSpecs.h, folders by purpose in Folders.h, Finder information in Finder.h; all are
+// included.
+//
+// Every call is safe to make from several threads. Calls that find an object by its reference:
+// errFSBadFSRef for a record that is no reference, fnfErr when the object is gone or another has
+// taken its place, afpAccessDenied when a folder's rights hide it.
 #pragma once
 
 #include "platform/CoreFoundation/CFBase.h"
+#include "platform/CoreServices/Finder.h"
 #include "platform/CoreServices/MacTypes.h"
 
 /// Opaque reference of an existing object. 80 bytes, freely copied and compared with
 /// FSCompareFSRefs; owns nothing. All zero: refers to nothing.
+///
+/// It stays valid while its object lives: across a rename or move made through this layer, also of
+/// a folder above the object, and across a rename within its folder made by someone else. It fails
+/// (FSGetCatalogInfo) once the object is gone, also when another object has its name or inode.
+/// Good within the process only.
 struct FSRef {
   UInt8 hidden[80];
 };
 static_assert(sizeof(FSRef) == 80);
 
+using FSVolumeRefNum = SInt16;
+inline constexpr FSVolumeRefNum kFSInvalidVolumeRefNum = 0;
+
 /// Error codes of the File and Folder Managers.
+inline constexpr OSErr dirFulErr = -33;
 inline constexpr OSErr dskFulErr = -34;
 inline constexpr OSErr nsvErr = -35;
 inline constexpr OSErr ioErr = -36;
@@ -23,6 +40,7 @@ inline constexpr OSErr tmfoErr = -42;
 inline constexpr OSErr fnfErr = -43;
 inline constexpr OSErr wPrErr = -44;
 inline constexpr OSErr fLckdErr = -45;
+inline constexpr OSErr vLckdErr = -46;
 inline constexpr OSErr fBsyErr = -47;
 inline constexpr OSErr dupFNErr = -48;
 inline constexpr OSErr opWrErr = -49;
@@ -32,43 +50,124 @@ inline constexpr OSErr permErr = -54;
 inline constexpr OSErr wrPermErr = -61;
 inline constexpr OSErr memFullErr = -108;
 inline constexpr OSErr dirNFErr = -120;
-inline constexpr OSErr afpAccessDenied = -5000;
+inline constexpr OSErr badMovErr = -122;
+inline constexpr OSErr wrgVolTypErr = -123;
+inline constexpr OSErr notAFileErr = -1302;
+inline constexpr OSErr diffVolErr = -1303;
 inline constexpr OSErr errFSBadFSRef = -1401;
+inline constexpr OSErr errFSBadForkName = -1402;
+inline constexpr OSErr errFSBadForkRef = -1404;
+inline constexpr OSErr errFSBadInfoBitmap = -1405;
+inline constexpr OSErr errFSMissingName = -1406;
+inline constexpr OSErr errFSNotAFolder = -1407;
+inline constexpr OSErr errFSForkNotFound = -1409;
 inline constexpr OSErr errFSNameTooLong = -1410;
+inline constexpr OSErr errFSForkExists = -1413;
+inline constexpr OSErr errFSNoMoreItems = -1417;
+inline constexpr OSErr errFSBadIteratorFlags = -1422;
+inline constexpr OSErr errFSIteratorNotFound = -1423;
+inline constexpr OSErr errFSRefsDifferent = -1420;
+inline constexpr OSErr afpAccessDenied = -5000;
+inline constexpr OSErr pathTooLongErr = -2110;
 
-/// Domains: whose folders are meant.
-enum : SInt16 {
-  kOnSystemDisk = -32768,
-  kSystemDomain = -32766,
-  kLocalDomain = -32765,
-  kNetworkDomain = -32764,
-  kUserDomain = -32763,
+/// Which fields of FSCatalogInfo a call reads or writes.
+using FSCatalogInfoBitmap = UInt32;
+enum : FSCatalogInfoBitmap {
+  kFSCatInfoNone = 0x00000000,
+  kFSCatInfoTextEncoding = 0x00000001,
+  kFSCatInfoNodeFlags = 0x00000002,
+  kFSCatInfoVolume = 0x00000004,
+  kFSCatInfoParentDirID = 0x00000008,
+  kFSCatInfoNodeID = 0x00000010,
+  kFSCatInfoCreateDate = 0x00000020,
+  kFSCatInfoContentMod = 0x00000040,
+  kFSCatInfoAttrMod = 0x00000080,
+  kFSCatInfoAccessDate = 0x00000100,
+  kFSCatInfoBackupDate = 0x00000200,
+  kFSCatInfoPermissions = 0x00000400,
+  kFSCatInfoFinderInfo = 0x00000800,
+  kFSCatInfoFinderXInfo = 0x00001000,
+  kFSCatInfoValence = 0x00002000,
+  kFSCatInfoDataSizes = 0x00004000,
+  kFSCatInfoRsrcSizes = 0x00008000,
+  kFSCatInfoSharingFlags = 0x00010000,
+  kFSCatInfoUserPrivs = 0x00020000,
+  kFSCatInfoUserAccess = 0x00080000,
+  kFSCatInfoAllDates = 0x000003E0,
+  kFSCatInfoGettableInfo = 0x0003FFFF,
+  kFSCatInfoSettableInfo = 0x00001FE3,
+  kFSCatInfoReserved = 0xFFFC0000,
 };
 
-/// Folder types with a place on this system.
-enum : OSType {
-  kLogsFolderType = 'logs',
-  kFrameworksFolderType = 'fram',
-  kQuickTimeComponentsFolderType = 'wcmp',
-  kPreferencesFolderType = 'pref',
-  kApplicationSupportFolderType = 'asup',
-  kCachedDataFolderType = 'cach',
-  kTemporaryFolderType = 'temp',
-  kDesktopFolderType = 'desk',
-  kDocumentsFolderType = 'docs',
-  kCurrentUserFolderType = 'cusr',
+/// Bits of FSCatalogInfo::nodeFlags.
+enum : UInt16 {
+  kFSNodeLockedBit = 0,
+  kFSNodeLockedMask = 0x0001,  ///< nobody may write it
+  kFSNodeResOpenBit = 2,
+  kFSNodeResOpenMask = 0x0004,  ///< this process has its resource fork open
+  kFSNodeDataOpenBit = 3,
+  kFSNodeDataOpenMask = 0x0008,  ///< this process has its data fork open
+  kFSNodeIsDirectoryBit = 4,
+  kFSNodeIsDirectoryMask = 0x0010,
+  kFSNodeForkOpenBit = 7,
+  kFSNodeForkOpenMask = 0x0080,  ///< this process has a fork of it open
 };
 
-inline constexpr Boolean kDontCreateFolder = 0;
-inline constexpr Boolean kCreateFolder = 1;
+struct FSPermissionInfo {
+  UInt32 userID;
+  UInt32 groupID;
+  UInt8 reserved1;
+  UInt8 userAccess;  ///< what this process may do: 4 read, 2 write, 1 search
+  UInt16 mode;       ///< POSIX type and permission bits
+  UInt32 reserved2;
+};
 
-/// The folder of `folderType` in `domain` into `foundRef`. With `createFolder`, a missing folder is
-/// made (0700, parents too). fnfErr when it is missing or the pair has no place on this system.
-/// docs/folders.md lists the mapping and the variables that override it.
-OSErr FSFindFolder(SInt16 domain, OSType folderType, Boolean createFolder, FSRef* foundRef);
+struct FSCatalogInfo {
+  UInt16 nodeFlags;
+  FSVolumeRefNum volume;
+  UInt32 parentDirID;  ///< 1 for a volume's root folder
+  UInt32 nodeID;       ///< 2 for a volume's root folder
+  UInt8 sharingFlags;
+  UInt8 userPrivileges;
+  UInt8 reserved1;
+  UInt8 reserved2;
+  UTCDateTime createDate;  ///< birth time; the earliest of the other dates where there is none
+  UTCDateTime contentModDate;
+  UTCDateTime attributeModDate;
+  UTCDateTime accessDate;
+  UTCDateTime backupDate;  ///< zero when never backed up
+  FSPermissionInfo permissions;
+  UInt8 finderInfo[16];     ///< an FInfo (of folders a DInfo) as it lies in memory
+  UInt8 extFinderInfo[16];  ///< an FXInfo (of folders a DXInfo) as it lies in memory
+  UInt64 dataLogicalSize;
+  UInt64 dataPhysicalSize;
+  UInt64 rsrcLogicalSize;
+  UInt64 rsrcPhysicalSize;
+  UInt32 valence;  ///< number of objects in a folder
+  TextEncoding textEncodingHint;
+};
 
-/// The object's absolute POSIX path, UTF-8, no trailing slash (but "/"), NUL-terminated.
+struct FSSpec;
+
+enum : TextEncoding { kTextEncodingMacUnicode = 0x7E, kTextEncodingUnknown = 0xFFFF };
+
+/// The object's absolute POSIX path, UTF-8 (exactly the bytes on disk), no trailing slash (but
+/// "/"), NUL-terminated, into `pathSize` bytes. pathTooLongErr when it does not fit.
 OSStatus FSRefMakePath(const FSRef* ref, UInt8* path, UInt32 pathSize);
 
-/// The reference of an existing path; `isDirectory` may be null. fnfErr when it does not exist.
+/// The reference of an existing path, symbolic links followed; a relative path counts from the
+/// working directory; "/Volumes/NAME/..." leads to the volume of that name. `isDirectory` may be
+/// null. fnfErr when it does not exist or its links run in a circle.
 OSStatus FSPathMakeRef(const UInt8* path, FSRef* ref, Boolean* isDirectory);
+
+/// noErr when both refer to the same object, else errFSRefsDifferent (also when both exist but on
+/// different volumes); a reference that is not valid gives its error.
+OSErr FSCompareFSRefs(const FSRef* ref1, const FSRef* ref2);
+
+/// Reads what `whichInfo` names into `catalogInfo`, and, each if not null, the object's own name,
+/// its specification of the older kind and its folder's reference (all zero for the root folder).
+/// With everything null it is the test whether `ref` still refers to an object.
+OSErr FSGetCatalogInfo(const FSRef* ref, FSCatalogInfoBitmap whichInfo, FSCatalogInfo* catalogInfo,
+                       HFSUniStr255* outName, FSSpec* fsSpec, FSRef* parentRef);
+
+#include "platform/CoreServices/Folders.h"  // needs FSRef

@@ -1,0 +1,9 @@
+#include "platform/CoreServices/FileVolumes.h"
+
+namespace lumivane::files {
+
+bool PathOnVolume(const std::string&, std::string*) {
+  return false;
+}
+
+}  // namespace lumivane::files
