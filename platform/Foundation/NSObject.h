@@ -17,8 +17,10 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <typeinfo>
+#include <vector>
 
 #include "platform/CoreFoundation/CFRuntime.h"
 
@@ -87,13 +89,16 @@ class NSObject : public CFRuntimeObject {
     const char* key;
     void* address;  ///< of a pointer variable
     bool (*accepts)(CFTypeRef value);
+    const char* className;       ///< the values' class, for Core Foundation's types
+    const std::type_info* type;  ///< the values' class, for this layer's
     KeyedVariable* next;
   };
   const KeyedVariable* keyedVariables() const { return variables_; }
 
  private:
   friend class NSClassRecord;
-  void addVariable(const char* key, void* address, bool (*accepts)(CFTypeRef));
+  void addVariable(const char* key, void* address, bool (*accepts)(CFTypeRef),
+                   const char* className, const std::type_info* type);
   const KeyedVariable* findVariable(NSString* key) const;
 
   Class class_ = nullptr;
@@ -105,15 +110,23 @@ class NSObject : public CFRuntimeObject {
 class NSClassRecord {
  public:
   const std::string& name() const { return name_; }
-  /// Empty for a root class.
-  const std::string& superclassName() const { return superclassName_; }
+  /// The C++ base class's; empty for the root class.
+  const std::string& superclassName() const;
+  /// Whether `superclass` is among the class's bases, however far up.
+  bool isSubclassOf(std::string_view superclass) const;
   /// An address in the code of the module that registered the class.
-  const void* codeAddress() const { return codeAddress_; }
-  /// A new object, one reference for the caller, init not yet called. Null when memory is short
-  /// or the class's constructor throws.
+  const void* codeAddress() const;
+  /// A new object, one reference for the caller, init not yet called. Null when memory is short,
+  /// the class's constructor throws, or the class is registered no more.
   NSObject* alloc() const;
   /// Objects made by alloc that still live.
   CFIndex liveInstances() const noexcept;
+
+  /// False once the module has withdrawn the class.
+  bool isRegistered() const noexcept;
+  /// Keeps the record (not the module) in memory until as many drops.
+  void hold() const noexcept;
+  void drop() const noexcept;
 
  private:
   friend class NSObject;
@@ -121,13 +134,11 @@ class NSClassRecord {
   using Factory = NSObject* (*)();
   NSClassRecord(const char* name, const std::type_info& type, Factory factory);
   ~NSClassRecord() = default;
-  void hold() const noexcept;
-  void drop() const noexcept;
 
   std::string name_;
-  std::string superclassName_;
-  const void* codeAddress_;
+  std::vector<std::string> superclasses_;  // nearest first
   Factory factory_;
+  std::atomic<bool> registered_{true};
   mutable std::atomic<CFIndex> holders_{1};
   mutable std::atomic<CFIndex> instances_{0};
 };
@@ -196,19 +207,20 @@ template <typename T>
 void NSObject::exposeVariable(const char* key, T** variable) {
   using Value = std::remove_const_t<T>;
   if constexpr (std::is_same_v<Value, __CFString>) {
-    addVariable(key, variable, NSIsString);
+    addVariable(key, variable, NSIsString, "NSString", nullptr);
   } else if constexpr (std::is_same_v<Value, __CFNumber>) {
-    addVariable(key, variable, NSIsNumber);
+    addVariable(key, variable, NSIsNumber, "NSNumber", nullptr);
   } else if constexpr (std::is_same_v<Value, __CFArray>) {
-    addVariable(key, variable, NSIsArray);
+    addVariable(key, variable, NSIsArray, "NSArray", nullptr);
   } else if constexpr (std::is_same_v<Value, __CFDictionary>) {
-    addVariable(key, variable, NSIsDictionary);
+    addVariable(key, variable, NSIsDictionary, "NSDictionary", nullptr);
   } else if constexpr (std::is_same_v<Value, __CFData>) {
-    addVariable(key, variable, NSIsData);
+    addVariable(key, variable, NSIsData, "NSData", nullptr);
   } else {
     static_assert(std::is_base_of_v<NSObject, Value>);
-    addVariable(key, variable, [](CFTypeRef value) {
-      return dynamic_cast<Value*>(NSObjectFrom(value)) != nullptr;
-    });
+    addVariable(
+        key, variable,
+        [](CFTypeRef value) { return dynamic_cast<Value*>(NSObjectFrom(value)) != nullptr; },
+        nullptr, &typeid(Value));
   }
 }
