@@ -6,7 +6,7 @@
 /// How an image is placed into a bitmap of another size.
 enum class CIRenderMode {
   kCropped,    ///< unscaled: the extent's top left corner in the bitmap's, the rest cut or clear
-  kFitted,     ///< as large as fits with its aspect kept, centred; the rest clear
+  kFitted,     ///< as large as fits with its aspect kept, in whole pixels, centred; the rest clear
   kStretched,  ///< the extent fills the bitmap
 };
 

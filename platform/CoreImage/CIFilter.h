@@ -24,8 +24,8 @@ class CIFilter : public NSObject {
   static NSString* localizedNameForFilterName(NSString* name);
   /// Adds a filter made by `filterClass`. `attributes` (may be null) describe the filter: its
   /// display name and categories under their kCIAttributeFilter... keys. False when the name is
-  /// taken or an argument is missing. Registered this way, a filter goes when it is taken out or
-  /// the module of its class is unloaded.
+  /// taken, name or class are missing, or the class does not derive from CIFilter. Registered this
+  /// way, a filter goes when it is taken out or the module of its class is unloaded.
   static bool registerFilterName(NSString* name, Class filterClass, NSDictionary* attributes);
   /// Living filters stay usable. False when there is no such name.
   static bool unregisterFilterName(NSString* name);
@@ -55,6 +55,8 @@ class CIFilter : public NSObject {
   ~CIFilter() override = default;
 
  private:
+  NSDictionary* describeInput(const std::string& key, NSDictionary* given);
+
   NSString* name_ = nullptr;
   NSDictionary* filterAttributes_ = nullptr;
 };

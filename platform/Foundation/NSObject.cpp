@@ -10,8 +10,8 @@ using lumivane::foundation::TypeName;
 using lumivane::foundation::Utf8;
 
 CFTypeID NSObjectGetTypeID() {
-  static const CFTypeID id = CFRuntimeRegisterType("NSObject");
-  return id;
+  static const CFTypeID type = CFRuntimeRegisterType("NSObject");
+  return type;
 }
 
 NSObject::NSObject() : NSObject(NSObjectGetTypeID()) {}

@@ -1,0 +1,53 @@
+#include "platform/CoreImage/CIConstants.h"
+
+#include "platform/CoreFoundation/CFString.h"
+
+NSString* const kCIAttributeFilterName = CFSTR("CIAttributeFilterName");
+NSString* const kCIAttributeFilterDisplayName = CFSTR("CIAttributeFilterDisplayName");
+NSString* const kCIAttributeFilterCategories = CFSTR("CIAttributeFilterCategories");
+NSString* const kCIAttributeClass = CFSTR("CIAttributeClass");
+NSString* const kCIAttributeType = CFSTR("CIAttributeType");
+NSString* const kCIAttributeMin = CFSTR("CIAttributeMin");
+NSString* const kCIAttributeMax = CFSTR("CIAttributeMax");
+NSString* const kCIAttributeSliderMin = CFSTR("CIAttributeSliderMin");
+NSString* const kCIAttributeSliderMax = CFSTR("CIAttributeSliderMax");
+NSString* const kCIAttributeDefault = CFSTR("CIAttributeDefault");
+NSString* const kCIAttributeIdentity = CFSTR("CIAttributeIdentity");
+NSString* const kCIAttributeName = CFSTR("CIAttributeName");
+NSString* const kCIAttributeDisplayName = CFSTR("CIAttributeDisplayName");
+NSString* const kCIAttributeDescription = CFSTR("CIAttributeDescription");
+NSString* const kCIAttributeTypeTime = CFSTR("CIAttributeTypeTime");
+NSString* const kCIAttributeTypeScalar = CFSTR("CIAttributeTypeScalar");
+NSString* const kCIAttributeTypeDistance = CFSTR("CIAttributeTypeDistance");
+NSString* const kCIAttributeTypeAngle = CFSTR("CIAttributeTypeAngle");
+NSString* const kCIAttributeTypeBoolean = CFSTR("CIAttributeTypeBoolean");
+NSString* const kCIAttributeTypeInteger = CFSTR("CIAttributeTypeInteger");
+NSString* const kCIAttributeTypeCount = CFSTR("CIAttributeTypeCount");
+NSString* const kCIAttributeTypePosition = CFSTR("CIAttributeTypePosition");
+NSString* const kCIAttributeTypeOffset = CFSTR("CIAttributeTypeOffset");
+NSString* const kCIAttributeTypePosition3 = CFSTR("CIAttributeTypePosition3");
+NSString* const kCIAttributeTypeRectangle = CFSTR("CIAttributeTypeRectangle");
+NSString* const kCIAttributeTypeOpaqueColor = CFSTR("CIAttributeTypeOpaqueColor");
+NSString* const kCIAttributeTypeGradient = CFSTR("CIAttributeTypeGradient");
+NSString* const kCICategoryDistortionEffect = CFSTR("CICategoryDistortionEffect");
+NSString* const kCICategoryGeometryAdjustment = CFSTR("CICategoryGeometryAdjustment");
+NSString* const kCICategoryCompositeOperation = CFSTR("CICategoryCompositeOperation");
+NSString* const kCICategoryHalftoneEffect = CFSTR("CICategoryHalftoneEffect");
+NSString* const kCICategoryColorAdjustment = CFSTR("CICategoryColorAdjustment");
+NSString* const kCICategoryColorEffect = CFSTR("CICategoryColorEffect");
+NSString* const kCICategoryTransition = CFSTR("CICategoryTransition");
+NSString* const kCICategoryTileEffect = CFSTR("CICategoryTileEffect");
+NSString* const kCICategoryGenerator = CFSTR("CICategoryGenerator");
+NSString* const kCICategoryReduction = CFSTR("CICategoryReduction");
+NSString* const kCICategoryGradient = CFSTR("CICategoryGradient");
+NSString* const kCICategoryStylize = CFSTR("CICategoryStylize");
+NSString* const kCICategorySharpen = CFSTR("CICategorySharpen");
+NSString* const kCICategoryBlur = CFSTR("CICategoryBlur");
+NSString* const kCICategoryVideo = CFSTR("CICategoryVideo");
+NSString* const kCICategoryStillImage = CFSTR("CICategoryStillImage");
+NSString* const kCICategoryInterlaced = CFSTR("CICategoryInterlaced");
+NSString* const kCICategoryNonSquarePixels = CFSTR("CICategoryNonSquarePixels");
+NSString* const kCICategoryHighDynamicRange = CFSTR("CICategoryHighDynamicRange");
+NSString* const kCICategoryBuiltIn = CFSTR("CICategoryBuiltIn");
+NSString* const kCIInputImageKey = CFSTR("inputImage");
+NSString* const kCIOutputImageKey = CFSTR("outputImage");
