@@ -1,8 +1,5 @@
 #include "platform/CoreImage/CIPlugIn.h"
 
-#include <dirent.h>
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <memory>

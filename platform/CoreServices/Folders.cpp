@@ -142,7 +142,6 @@ int MakeFolders(const std::string& path, mode_t mode) {
 
 }  // namespace
 
-/// Where the folder lies, whether or not it exists; empty when the pair has no place.
 std::string FolderPath(SInt16 domain, OSType type) {
   const FolderPlace* place = nullptr;
   if (domain == kOnSystemDisk || domain == kOnAppropriateDisk) {

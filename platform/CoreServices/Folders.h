@@ -2,6 +2,8 @@
 // Folders.cpp.
 #pragma once
 
+#include <string>
+
 #include "platform/CoreServices/Files.h"
 
 /// Domains: whose folders are meant.
@@ -41,3 +43,10 @@ inline constexpr Boolean kCreateFolder = 1;
 /// kOnSystemDisk means the user's folder where there is one, else the system's.
 /// docs/folders.md lists the mapping and the variables that override it.
 OSErr FSFindFolder(SInt16 domain, OSType folderType, Boolean createFolder, FSRef* foundRef);
+
+namespace lumivane::files {
+
+/// Where the folder lies, whether or not it exists; empty when the pair has no place.
+std::string FolderPath(SInt16 domain, OSType folderType);
+
+}  // namespace lumivane::files
