@@ -1,0 +1,87 @@
+// The entry points of the test-pattern camera component.
+
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <mutex>
+#include <string>
+
+#include "components/camera_component.h"
+#include "components/testpattern/frame_source.h"
+
+namespace {
+
+using testpattern::FrameSource;
+using testpattern::PixelFormat;
+
+// Constant-initialised and without destructors: nothing here depends on when statics come and go.
+std::mutex sLock;
+FrameSource* sSource = nullptr;
+bool sReported = false;
+
+void Report(const std::string& line) {
+  std::fprintf(stderr, "%s\n", line.c_str());
+}
+
+FrameSource* RunningSource() {
+  // In a forked copy of the process the source is there but its thread is not; the copy gets its
+  // own, and the old object stays: its locks may be held by the thread that does not exist.
+  if (sSource != nullptr && !sSource->IsRunningHere()) sSource = nullptr;
+  if (sSource == nullptr) {
+    const auto report = [](const std::string& line) {
+      if (!sReported) Report(line);
+    };
+    const auto settings = testpattern::ReadSettings(
+        [](const char* name) -> const char* { return std::getenv(name); }, report);
+    sReported = true;
+    sSource = new FrameSource(settings);
+  }
+  return sSource;
+}
+
+// Runs when the component is unloaded, and when the process ends.
+__attribute__((destructor)) void StopSource() {
+  if (sSource != nullptr && sSource->IsRunningHere()) delete sSource;
+  sSource = nullptr;
+}
+
+}  // namespace
+
+extern "C" {
+
+LUMIVANE_CAMERA_ENTRY int32_t __public_fn2(tagSHARED_CAMERA_BUFFER* record) {
+  if (record == nullptr || record->structSize != LUMIVANE_CAMERA_RECORD_SIZE) return 0;
+  const std::lock_guard guard(sLock);
+  static bool failureReported = false;
+  try {
+    FrameSource* const source = RunningSource();
+    const testpattern::Settings& settings = source->settings();
+    if (LumivaneCamera_SetPixels(record, source->Newest()) == 0) return 0;
+    record->rowBytes = settings.RowBytes();
+    record->dataSize = settings.DataSize();
+    record->frameWidth = static_cast<int16_t>(settings.width);
+    record->frameHeight = static_cast<int16_t>(settings.height);
+    record->pixelFormat = settings.format == PixelFormat::kArgb ? LUMIVANE_CAMERA_FORMAT_ARGB
+                                                                : LUMIVANE_CAMERA_FORMAT_2VUY;
+    return 1;
+  } catch (const std::exception& failure) {
+    // Tried again at the next call, since memory may come free; reported once.
+    if (!failureReported)
+      Report(std::string("LumivaneXXX.component: no frames: ") + failure.what());
+    failureReported = true;
+    return 0;
+  }
+}
+
+// Names every camera component carries; no host calls them.
+LUMIVANE_CAMERA_ENTRY int32_t __public_fn0(void) {
+  return 0;
+}
+LUMIVANE_CAMERA_ENTRY int32_t __public_fn1(void) {
+  return 0;
+}
+LUMIVANE_CAMERA_ENTRY int32_t __public_fn_(void) {
+  return 0;
+}
+
+}  // extern "C"
