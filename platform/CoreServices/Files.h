@@ -52,6 +52,7 @@ inline constexpr OSErr memFullErr = -108;
 inline constexpr OSErr dirNFErr = -120;
 inline constexpr OSErr badMovErr = -122;
 inline constexpr OSErr wrgVolTypErr = -123;
+inline constexpr OSErr fsDSIntErr = -127;  ///< a side file is broken; it is left as it is
 inline constexpr OSErr notAFileErr = -1302;
 inline constexpr OSErr diffVolErr = -1303;
 inline constexpr OSErr errFSBadFSRef = -1401;
@@ -170,4 +171,122 @@ OSErr FSCompareFSRefs(const FSRef* ref1, const FSRef* ref2);
 OSErr FSGetCatalogInfo(const FSRef* ref, FSCatalogInfoBitmap whichInfo, FSCatalogInfo* catalogInfo,
                        HFSUniStr255* outName, FSSpec* fsSpec, FSRef* parentRef);
 
-#include "platform/CoreServices/Folders.h"  // needs FSRef
+/// Writes what `whichInfo` (of kFSCatInfoSettableInfo) names: Finder information, dates and
+/// permissions. errFSBadInfoBitmap for other bits. The creation date and the backup date are kept
+/// in the side file (AppleDouble.h), since POSIX cannot set the one and has not the other; the date
+/// of an attribute change and the text encoding, which follow from other things, are accepted and
+/// not kept.
+OSErr FSSetCatalogInfo(const FSRef* ref, FSCatalogInfoBitmap whichInfo,
+                       const FSCatalogInfo* catalogInfo);
+
+// Names are up to 255 UTF-16 units; on disk they are UTF-8, byte for byte: no change of case or
+// composition. A byte of a name on disk that is not valid UTF-8 is the unit 0xDC00 + byte, so that
+// every name that is on disk can be written as units and found again. A name with '/' or NUL in it,
+// or one that is "." or "..", is never found (fnfErr) nor given (bdNamErr).
+
+/// The reference of the object `name` in the folder `parentRef`; a symbolic link is an object of
+/// its own here. fnfErr when there is none, errFSNotAFolder when the parent is none,
+/// errFSNameTooLong.
+OSErr FSMakeFSRefUnicode(const FSRef* parentRef, UInt32 nameLength, const UniChar* name,
+                         TextEncoding textEncodingHint, FSRef* newRef);
+
+/// Create an empty file (0666, less the umask) or folder (0777, less the umask) with the
+/// catalogue information that `whichInfo` names. `newRef`, `newSpec` and `newDirID` may be null.
+/// dupFNErr when the name is taken; fsDSIntErr when a broken side file bears the name already.
+/// When the information cannot be set, nothing is created.
+OSErr FSCreateFileUnicode(const FSRef* parentRef, UInt32 nameLength, const UniChar* name,
+                          FSCatalogInfoBitmap whichInfo, const FSCatalogInfo* catalogInfo,
+                          FSRef* newRef, FSSpec* newSpec);
+OSErr FSCreateDirectoryUnicode(const FSRef* parentRef, UInt32 nameLength, const UniChar* name,
+                               FSCatalogInfoBitmap whichInfo, const FSCatalogInfo* catalogInfo,
+                               FSRef* newRef, FSSpec* newSpec, UInt32* newDirID);
+
+/// Deletes a file, or a folder with no objects in it (else fBsyErr), with its side file.
+OSErr FSDeleteObject(const FSRef* ref);
+
+/// Moves an object under its name into another folder of the same volume (else diffVolErr).
+/// dupFNErr when the name is taken there, badMovErr for a folder moved into itself. `newRef` may be
+/// null; `ref` stays good too.
+OSErr FSMoveObject(const FSRef* ref, const FSRef* destDirectory, FSRef* newRef);
+/// Renames an object in its folder. dupFNErr when the name is taken.
+OSErr FSRenameUnicode(const FSRef* ref, UInt32 nameLength, const UniChar* name,
+                      TextEncoding textEncodingHint, FSRef* newRef);
+/// Swaps the forks of two files of one volume: each reference afterwards finds the other's data
+/// under its own name.
+OSErr FSExchangeObjects(const FSRef* ref, const FSRef* destRef);
+
+using FSIterator = struct LumivaneFSIterator*;
+using FSIteratorFlags = UInt32;
+enum : FSIteratorFlags { kFSIterateFlat = 0, kFSIterateSubtree = 1, kFSIterateDelete = 2 };
+
+/// Goes through a folder's objects, side files left out, in no order. FSCloseIterator ends it.
+/// errFSBadIteratorFlags for kFSIterateDelete.
+OSErr FSOpenIterator(const FSRef* container, FSIteratorFlags iteratorFlags, FSIterator* iterator);
+OSErr FSCloseIterator(FSIterator iterator);
+/// The next objects, `maximumObjects` at most; arrays may be null. errFSNoMoreItems with
+/// `actualObjects` below the maximum when these were the last. `containerChanged`, if not null, is
+/// false always.
+OSErr FSGetCatalogInfoBulk(FSIterator iterator, ItemCount maximumObjects, ItemCount* actualObjects,
+                           Boolean* containerChanged, FSCatalogInfoBitmap whichInfo,
+                           FSCatalogInfo* catalogInfos, FSRef* refs, FSSpec* specs,
+                           HFSUniStr255* names);
+
+using FSVolumeInfoBitmap = UInt32;
+enum : FSVolumeInfoBitmap {
+  kFSVolInfoNone = 0x0000,
+  kFSVolInfoCreateDate = 0x0001,
+  kFSVolInfoModDate = 0x0002,
+  kFSVolInfoBackupDate = 0x0004,
+  kFSVolInfoCheckedDate = 0x0008,
+  kFSVolInfoFileCount = 0x0010,
+  kFSVolInfoDirCount = 0x0020,
+  kFSVolInfoSizes = 0x0040,
+  kFSVolInfoBlocks = 0x0080,
+  kFSVolInfoNextAlloc = 0x0100,
+  kFSVolInfoRsrcClump = 0x0200,
+  kFSVolInfoDataClump = 0x0400,
+  kFSVolInfoNextID = 0x0800,
+  kFSVolInfoFinderInfo = 0x1000,
+  kFSVolInfoFlags = 0x2000,
+  kFSVolInfoFSInfo = 0x4000,
+  kFSVolInfoDriveInfo = 0x8000,
+  kFSVolInfoGettableInfo = 0xFFFF,
+};
+/// Bits of FSVolumeInfo::flags.
+enum : UInt16 { kFSVolFlagHardwareLockedMask = 0x0080, kFSVolFlagSoftwareLockedMask = 0x8000 };
+
+struct FSVolumeInfo {
+  UTCDateTime createDate;  ///< the root folder's
+  UTCDateTime modifyDate;
+  UTCDateTime backupDate;   ///< zero: not kept
+  UTCDateTime checkedDate;  ///< zero: not kept
+  UInt32 fileCount;         ///< files and folders together: POSIX does not tell them apart
+  UInt32 folderCount;       ///< 0
+  UInt64 totalBytes;
+  UInt64 freeBytes;  ///< for ordinary users
+  UInt32 blockSize;
+  UInt32 totalBlocks;
+  UInt32 freeBlocks;
+  UInt32 nextAllocation;  ///< 0
+  UInt32 rsrcClumpSize;   ///< the block size
+  UInt32 dataClumpSize;   ///< the block size
+  UInt32 nextCatalogID;   ///< 0
+  UInt8 finderInfo[32];   ///< zero
+  UInt16 flags;
+  UInt16 filesystemID;  ///< 0
+  UInt16 signature;     ///< 'H+'
+  UInt16 driveNumber;   ///< 1
+  SInt16 driverRefNum;  ///< 0
+};
+
+/// Mounted volumes by number (`volumeIndex` 0) or by index from 1 (nsvErr past the last). All
+/// pointers may be null. The start-up volume is the first and bears the name "Root"; the others
+/// bear the name of the folder they are mounted on, with a number where that is not unique.
+OSErr FSGetVolumeInfo(FSVolumeRefNum volume, ItemCount volumeIndex, FSVolumeRefNum* actualVolume,
+                      FSVolumeInfoBitmap whichInfo, FSVolumeInfo* info, HFSUniStr255* volumeName,
+                      FSRef* rootDirectory);
+
+// The rest of the file layer, which needs the types above.
+#include "platform/CoreServices/FileForks.h"
+#include "platform/CoreServices/FileSpecs.h"
+#include "platform/CoreServices/Folders.h"
