@@ -36,6 +36,11 @@ void AddResource(const std::filesystem::path& bundle, const std::string& name,
 /// Puts a copy of `from` at `to` by rename, as an installer does: readers of the old file keep it.
 void ReplaceFile(const std::filesystem::path& from, const std::filesystem::path& to);
 
+/// Puts a link to the build's System.framework into the test's system frameworks folder, and takes
+/// it away again.
+void InstallSystemFramework();
+void RemoveSystemFramework();
+
 /// Whether a mapping of this process comes from the file at `path`, which may be deleted since.
 bool IsMapped(const std::filesystem::path& path);
 
