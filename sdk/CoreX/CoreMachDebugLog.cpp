@@ -7,16 +7,9 @@
 #include <mutex>
 #include <string>
 
-#include "sdk/CoreX/FormatWithoutArguments.h"
-
 #include "platform/System/asl.h"
 #include "platform/System/syslog.h"
-
-[[gnu::weak]] OSErr FSFindFolder(SInt16, OSType, Boolean, FSRef*);
-[[gnu::weak]] aslclient asl_open(const char*, const char*, std::uint32_t);
-[[gnu::weak]] void asl_close(aslclient);
-[[gnu::weak]] int asl_log(aslclient, aslmsg, int, const char*, ...);
-[[gnu::weak]] void SystemLog(int, const char*, ...);
+#include "sdk/CoreX/FormatWithoutArguments.h"
 
 const char* g_CoreMachDebug_LogPrefix = "CILumivaneInput";
 const char* g_CoreMachDebug_LogFileName = "CILumivaneInput.log";
@@ -134,9 +127,7 @@ bool CoreMachDebugLogClassInitialize() {
   if (bool_FSRef_IsValid(known)) return true;
 
   FSRef folder = {};
-  const OSErr error = FSFindFolder == nullptr
-                          ? fnfErr
-                          : FSFindFolder(kUserDomain, kLogsFolderType, kDontCreateFolder, &folder);
+  const OSErr error = FSFindFolder(kUserDomain, kLogsFolderType, kDontCreateFolder, &folder);
   if (VERIFY_ERR_TEXT(31,
                       "FSFindFolder(domain, kLogsFolderType, kDontCreateFolder, &sUserLogsFolder)",
                       error) != noErr) {

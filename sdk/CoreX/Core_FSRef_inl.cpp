@@ -2,11 +2,8 @@
 
 #include "sdk/CoreX/CoreMachDebugLog.h"
 
-[[gnu::weak]] OSStatus FSRefMakePath(const FSRef*, UInt8*, UInt32);
-
 bool bool_FSRef_IsValid(const FSRef& fileRef) {
-  UInt8 path[1024];
-  return FSRefMakePath != nullptr && FSRefMakePath(&fileRef, path, sizeof(path)) == noErr;
+  return FSGetCatalogInfo(&fileRef, kFSCatInfoNone, nullptr, nullptr, nullptr, nullptr) == noErr;
 }
 
 bool bool_FSRef_GetUnixPath(const FSRef& fileRef, char (&path)[1024]) {
