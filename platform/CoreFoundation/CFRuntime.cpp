@@ -41,6 +41,18 @@ void CFRuntimeObject::retainReference() const noexcept {
   if (!immortal_) references_.fetch_add(1, std::memory_order_relaxed);
 }
 
+bool CFRuntimeObject::retainIfAlive() const noexcept {
+  if (immortal_) return true;
+  CFIndex count = references_.load(std::memory_order_relaxed);
+  while (count != 0) {
+    if (references_.compare_exchange_weak(count, count + 1, std::memory_order_acquire,
+                                          std::memory_order_relaxed)) {
+      return true;
+    }
+  }
+  return false;
+}
+
 void CFRuntimeObject::releaseReference() const noexcept {
   if (immortal_) return;
   if (references_.fetch_sub(1, std::memory_order_acq_rel) == 1) {

@@ -25,6 +25,9 @@ class CFRuntimeObject {
   virtual CFStringRef copyFormattingText() const;
 
   void retainReference() const noexcept;
+  /// Takes a reference unless the last one has been given back: for tables that find objects
+  /// without owning them. The caller must know that the memory is still the object's.
+  bool retainIfAlive() const noexcept;
   /// Gives back one reference; the last one calls `finalize`.
   void releaseReference() const noexcept;
   CFIndex referenceCount() const noexcept;

@@ -1,0 +1,130 @@
+#include "hosts/lumivane/CameraFolders.h"
+
+#include <filesystem>
+#include <thread>
+
+#include "CICameraGen/SharedCameraBundle.h"
+#include "hosts/lumivane/HostText.h"
+#include "hosts/lumivane/Progress.h"
+#include "platform/CoreFoundation/CoreFoundation.h"
+#include "platform/CoreServices/Files.h"
+
+namespace fs = std::filesystem;
+
+namespace lumivane {
+namespace {
+
+constexpr double kSecondsToWaitForAFrame = 0.5;
+constexpr double kSecondsBetweenTries = 0.01;
+constexpr std::uint32_t k2vuy = '2vuy';
+
+void LookAt(CameraPlace& place) {
+  std::error_code error;  // What cannot be looked at counts as not there; doctor shows the place.
+  const fs::file_status own = fs::symlink_status(place.path, error);
+  if (!fs::exists(own)) return;
+  const fs::file_status target = fs::status(place.path, error);
+  if (fs::is_symlink(own)) {
+    place.linkTarget = fs::read_symlink(place.path, error).string();
+    place.dangling = !fs::exists(target);
+  }
+  if (fs::is_directory(target)) {
+    place.kind = CameraPlace::kBundle;
+  } else if (fs::is_regular_file(target)) {
+    place.kind = CameraPlace::kLibrary;
+  } else {
+    place.kind = CameraPlace::kOther;
+  }
+}
+
+CameraPlace PlaceOf(const char* name, SInt16 domain, CFBaseDLL::Location location) {
+  CameraPlace place;
+  place.domain = name;
+  place.location = location;
+  place.folder = FSFolderPath(domain, kQuickTimeComponentsFolderType);
+  std::error_code error;
+  place.folderExists = fs::is_directory(place.folder, error);
+  place.path = place.folder + "/" + Text(SharedCameraBundle::kCameraComponentFileName);
+  LookAt(place);
+  return place;
+}
+
+/// Display name of a component: what its description says, else its file's.
+std::string NameOf(CFBundleRef bundle) {
+  const std::string name =
+      Text(CFBundleGetValueForInfoDictionaryKey(bundle, CFSTR("CFBundleDisplayName")));
+  if (!name.empty()) return name;
+  const std::string plain =
+      Text(CFBundleGetValueForInfoDictionaryKey(bundle, CFSTR("CFBundleName")));
+  return plain.empty() ? SharedCameraBundle::kCameraComponentBaseName : plain;
+}
+
+Held<CFBundleRef> CreateBundle(const std::string& path, std::string* error) {
+  const Held<CFURLRef> url(CFURLCreateFromFileSystemRepresentation(
+      kCFAllocatorDefault, reinterpret_cast<const UInt8*>(path.data()),
+      static_cast<CFIndex>(path.size()), 0));
+  Held<CFStringRef> text;
+  Held<CFBundleRef> bundle(CFBundleCreateWithErrorText(url.get(), text.out()));
+  if (!bundle) *error = Text(text.get());
+  return bundle;
+}
+
+}  // namespace
+
+std::array<CameraPlace, 3> CameraPlaces() {
+  return {PlaceOf("user", kUserDomain, CFBaseDLL::kLocationUserComponents),
+          PlaceOf("system", kSystemDomain, CFBaseDLL::kLocationSystemComponents),
+          PlaceOf("local", kLocalDomain, CFBaseDLL::kLocationLocalComponents)};
+}
+
+CameraTrial TryCamera(const CameraPlace& place) {
+  CameraTrial trial;
+  const Held<CFBundleRef> bundle = CreateBundle(place.path, &trial.error);
+  if (!bundle) return trial;
+  trial.created = true;
+  trial.name = NameOf(bundle.get());
+  trial.version =
+      Text(CFBundleGetValueForInfoDictionaryKey(bundle.get(), CFSTR("CFBundleShortVersionString")));
+
+  Held<CFStringRef> text;
+  if (!CFBundleLoadExecutableWithErrorText(bundle.get(), text.out())) {
+    trial.error = Text(text.get());
+    return trial;
+  }
+  trial.loaded = true;
+  using ReadBuffer = int (*)(tagSHARED_CAMERA_BUFFER*);
+  const ReadBuffer readBuffer = reinterpret_cast<ReadBuffer>(CFBundleGetFunctionPointerForName(
+      bundle.get(), SharedCameraBundle::kCameraComponentFunction2));
+  trial.hasEntryPoint = readBuffer != nullptr;
+  if (!trial.hasEntryPoint) {
+    trial.error = "it exports no function " + Text(SharedCameraBundle::kCameraComponentFunction2);
+  } else {
+    const double end = MonotonicSeconds() + kSecondsToWaitForAFrame;
+    do {
+      tagSHARED_CAMERA_BUFFER record{};
+      record.structSize = sizeof(record);
+      if (readBuffer(&record) != 0 && record.frameBufferPtr != 0) {
+        trial.hasFrame = true;
+        trial.width = record.frameWidth;
+        trial.height = record.frameHeight;
+        trial.pixelFormat = record.pixelFormat == k2vuy ? "2vuy" : "ARGB";
+        break;
+      }
+      std::this_thread::sleep_for(std::chrono::duration<double>(kSecondsBetweenTries));
+    } while (MonotonicSeconds() < end);
+    if (!trial.hasFrame) trial.error = "it offered no frame within half a second";
+  }
+  CFBundleUnloadExecutable(bundle.get());
+  return trial;
+}
+
+std::string CurrentCameraName() {
+  for (const CameraPlace& place : CameraPlaces()) {
+    if (place.kind == CameraPlace::kNothing) continue;
+    std::string error;
+    const Held<CFBundleRef> bundle = CreateBundle(place.path, &error);
+    if (bundle) return NameOf(bundle.get());
+  }
+  return {};
+}
+
+}  // namespace lumivane

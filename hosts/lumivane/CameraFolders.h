@@ -1,0 +1,46 @@
+// The folders a camera component is looked for in, and what lies there.
+#pragma once
+
+#include <array>
+#include <string>
+
+#include "sdk/CoreX/CoreBaseDLL.h"
+
+namespace lumivane {
+
+/// What stands under the component's name in one folder.
+struct CameraPlace {
+  std::string domain;  ///< "user", "system" or "local"
+  CFBaseDLL::Location location = CFBaseDLL::kLocationUserComponents;
+  std::string folder;  ///< the folder's path, also while it is missing
+  bool folderExists = false;
+  std::string path;  ///< folder + "/LumivaneXXX.component"
+  enum Kind { kNothing, kBundle, kLibrary, kOther } kind = kNothing;
+  std::string linkTarget;  ///< of a symbolic link
+  bool dangling = false;   ///< a symbolic link to nothing
+};
+
+/// The three places in the order the camera is looked for: user, system, local.
+std::array<CameraPlace, 3> CameraPlaces();
+
+/// What trying a component for real shows.
+struct CameraTrial {
+  bool created = false;  ///< it is a bundle with an executable
+  bool loaded = false;   ///< its executable can be loaded
+  bool hasEntryPoint = false;
+  bool hasFrame = false;  ///< it offered a frame within half a second
+  std::string error;      ///< why not, where something failed
+  std::string name;       ///< display name, else the file's
+  std::string version;
+  int width = 0;
+  int height = 0;
+  std::string pixelFormat;  ///< "2vuy", else "ARGB"
+};
+
+/// Loads the component at `place`, asks it for frames, unloads it again.
+CameraTrial TryCamera(const CameraPlace& place);
+
+/// Display name of the component that would be loaded now; empty when there is none.
+std::string CurrentCameraName();
+
+}  // namespace lumivane

@@ -1,0 +1,65 @@
+// The program's commands. Each runs to its end and returns the process's exit code (ExitCodes.h);
+// what a person should know goes to standard error, results to standard output.
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace lumivane {
+
+struct PictureSize {
+  int width = 0;
+  int height = 0;
+};
+
+/// "640x480": both sides 1 to 16384. Nothing for any other text.
+std::optional<PictureSize> ParseSize(const std::string& text);
+
+/// What every command that shows pictures takes.
+struct PictureSource {
+  std::string plugIn;               ///< path of the plug-in bundle; empty: the usual places
+  std::optional<PictureSize> size;  ///< absent: the frame's own size
+  double clock = 0.5;               ///< the filter's inputClock
+};
+
+struct SnapshotOptions {
+  PictureSource source;
+  std::string out;    ///< a .png path, or "-" for standard output (one frame only)
+  int frames = 1;     ///< more than one: OUT gets the frame's number before its extension
+  double rate = 30;   ///< frames per second asked for; 0: as fast as they can be had
+  double warmUp = 0;  ///< seconds of frames thrown away first
+  bool requireCamera = false;
+  bool json = false;
+  bool quiet = false;
+};
+int RunSnapshot(const SnapshotOptions& options);
+
+struct ViewOptions {
+  PictureSource source;
+  std::string snapshotFolder = ".";
+  double seconds = 0;  ///< ends by itself after so long; 0: never
+};
+int RunView(const ViewOptions& options);
+
+struct DoctorOptions {
+  std::string plugIn;
+  int logLines = 10;
+  bool json = false;
+};
+int RunDoctor(const DoctorOptions& options);
+
+struct CameraOptions {
+  std::string domain = "user";  ///< "user", "local" or "system"
+  bool json = false;
+};
+int RunCameraList(const CameraOptions& options);
+int RunCameraInstall(const CameraOptions& options);
+int RunCameraRemove(const CameraOptions& options);
+
+struct AttributesOptions {
+  std::string plugIn;
+  bool json = false;
+};
+int RunAttributes(const AttributesOptions& options);
+
+}  // namespace lumivane

@@ -1,0 +1,112 @@
+#include "hosts/lumivane/LiveFilter.h"
+
+#include <cmath>
+
+#include "hosts/lumivane/HostText.h"
+#include "hosts/lumivane/PlugInSearch.h"
+#include "platform/CoreFoundation/CoreFoundation.h"
+#include "platform/CoreImage/CoreImage.h"
+#include "platform/Foundation/Foundation.h"
+#include "platform/ImageIO/ImageData.h"
+
+namespace lumivane {
+namespace {
+
+constexpr int kLargestSide = 16384;
+
+std::shared_ptr<CIImage> Share(CIImage* image) {
+  if (image == nullptr) return nullptr;
+  image->retain();
+  return {image, [](CIImage* last) { last->release(); }};
+}
+
+PictureSize SizeOf(CIImage& image) {
+  const CGRect extent = image.extent();
+  return {static_cast<int>(std::ceil(extent.size.width)),
+          static_cast<int>(std::ceil(extent.size.height))};
+}
+
+}  // namespace
+
+std::optional<PictureSize> ParseSize(const std::string& text) {
+  int width = 0;
+  int height = 0;
+  char rest = 0;
+  if (std::sscanf(text.c_str(), "%5dx%5d%c", &width, &height, &rest) != 2) return std::nullopt;
+  if (width < 1 || height < 1 || width > kLargestSide || height > kLargestSide) return std::nullopt;
+  return PictureSize{width, height};
+}
+
+std::vector<std::uint8_t> EncodePng(const Picture& picture, std::string* error) {
+  const std::size_t rowBytes = 4 * static_cast<std::size_t>(picture.width);
+  const Held<CGDataProviderRef> provider(
+      CGDataProviderCreateWithData(nullptr, picture.rgba.data(), picture.rgba.size(), nullptr));
+  const Held<CGColorSpaceRef> space(CGColorSpaceCreateDeviceRGB());
+  const Held<CGImageRef> image(CGImageCreate(
+      static_cast<std::size_t>(picture.width), static_cast<std::size_t>(picture.height), 8, 32,
+      rowBytes, space.get(), kCGImageAlphaPremultipliedLast, provider.get(), nullptr, false,
+      kCGRenderingIntentDefault));
+  return ImageIOEncodePNG(image.get(), {{"Software", "Lumivane"}}, error);
+}
+
+LiveFilter::LiveFilter(CIFilter* filter, std::string plugInPath, const PictureSource& source)
+    : filter_(filter), plugInPath_(std::move(plugInPath)), size_(source.size) {}
+
+LiveFilter::~LiveFilter() {
+  previous_.reset();
+  filter_->release();
+}
+
+std::unique_ptr<LiveFilter> LiveFilter::Open(const PictureSource& source, std::string* error) {
+  const NSAutoreleasePool pool;
+  const CIPlugInStatus status = LoadPlugIn(source.plugIn);
+  if (!status.loaded) {
+    *error = status.error;
+    return nullptr;
+  }
+  CIFilter* filter = CIFilter::filterWithName(CFSTR("CILumivaneInput"));
+  if (filter == nullptr) {
+    *error = status.path + " registers no filter " + kFilterName;
+    return nullptr;
+  }
+  const Held<CFNumberRef> clock(
+      CFNumberCreate(kCFAllocatorDefault, kCFNumberDoubleType, &source.clock));
+  filter->setValueforKey(clock.get(), CFSTR("inputClock"));
+  filter->retain();
+  return std::unique_ptr<LiveFilter>(new LiveFilter(filter, status.path, source));
+}
+
+Frame LiveFilter::NextFrame() {
+  const NSAutoreleasePool pool;
+  // The filter answers with the one no-camera picture it keeps when it has no frame, and with a new
+  // image otherwise; the held previous answer cannot share its address with a new one.
+  if (!previous_) previous_ = Share(filter_->outputImage());
+  const std::shared_ptr<CIImage> image = Share(filter_->outputImage());
+  const bool live = image && image != previous_;
+  previous_ = image;
+  return {image, live};
+}
+
+Picture LiveFilter::Render(const Frame& frame) const {
+  if (!frame.image) return {};
+  return Render(frame, size_ ? *size_ : SizeOf(*frame.image));
+}
+
+Picture LiveFilter::Render(const Frame& frame, PictureSize size) const {
+  if (!frame.image || size.width < 1 || size.height < 1 || size.width > kLargestSide ||
+      size.height > kLargestSide) {
+    return {};
+  }
+  const NSAutoreleasePool pool;
+  Picture picture{size.width, size.height, {}};
+  const std::size_t rowBytes = 4 * static_cast<std::size_t>(size.width);
+  picture.rgba.resize(rowBytes * static_cast<std::size_t>(size.height));
+  const CIBitmap bitmap{picture.rgba.data(), rowBytes, static_cast<std::size_t>(size.width),
+                        static_cast<std::size_t>(size.height), CIPixelOrder::kRGBA};
+  if (!CIContext::context()->renderToBitmap(frame.image.get(), bitmap, CIRenderMode::kFitted)) {
+    return {};
+  }
+  return picture;
+}
+
+}  // namespace lumivane
