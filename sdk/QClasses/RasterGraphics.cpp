@@ -1,0 +1,8 @@
+#include "sdk/QClasses/RasterGraphics.h"
+
+namespace RasterGraphics {
+
+constinit LumaHistogram sUnusedHistogram;
+constinit const LumaMapping sUnusedMapping;
+
+}  // namespace RasterGraphics
