@@ -22,3 +22,12 @@ function(lumivane_add_bundle target)
     configure_file(${resource} ${contents}/Resources/${name} COPYONLY)
   endforeach()
 endfunction()
+
+# lumivane_link_whole(TARGET LIBRARY): links every object of a static library of this build into a
+# module, used or not, so that the module exports all of it.
+function(lumivane_link_whole target library)
+  target_link_libraries(${target} PRIVATE ${library})
+  target_link_options(${target} PRIVATE
+    LINKER:--whole-archive $<TARGET_FILE:${library}> LINKER:--no-whole-archive)
+  set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS $<TARGET_FILE:${library}>)
+endfunction()
