@@ -21,7 +21,6 @@ extern const CFStringRef kCGImagePropertyPNGSoftware;
 extern const CFStringRef kCGImagePropertyPNGTitle;
 
 extern const CFStringRef kCGImagePropertyColorModelRGB;
-extern const CFStringRef kCGImagePropertyColorModelGray;
 
 /// CFNumber 0...1: a JPEG's quality.
 extern const CFStringRef kCGImageDestinationLossyCompressionQuality;
