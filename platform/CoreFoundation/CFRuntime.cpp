@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/CoreFoundation/CFStringInternal.h"
+
 namespace {
 
 struct TypeTable {
@@ -26,15 +28,31 @@ CFTypeID CFRuntimeRegisterType(const char* className) {
   return static_cast<CFTypeID>(table.names.size() - 1);
 }
 
+std::string CFRuntimeTypeName(CFTypeID typeID) {
+  TypeTable& table = Types();
+  const std::lock_guard guard(table.lock);
+  return typeID != 0 && typeID < table.names.size() ? table.names[typeID] : std::string();
+}
+
 CFRuntimeObject::CFRuntimeObject(CFTypeID typeID, bool immortal) noexcept
     : typeID_(typeID), immortal_(immortal) {}
 
 CFRuntimeObject::~CFRuntimeObject() = default;
 
-bool CFRuntimeObject::isEqualTo(const CFRuntimeObject& other) const { return this == &other; }
+bool CFRuntimeObject::isEqualTo(const CFRuntimeObject& other) const {
+  return this == &other;
+}
 
 CFHashCode CFRuntimeObject::hashValue() const {
   return static_cast<CFHashCode>(reinterpret_cast<std::uintptr_t>(this) >> 4);
+}
+
+CFStringRef CFRuntimeObject::copyDescriptionText() const {
+  return cftext::Make(u"<" + cftext::DescriptionHead(*this) + u">");
+}
+
+CFStringRef CFRuntimeObject::copyFormattingText() const {
+  return copyDescriptionText();
 }
 
 void CFRuntimeObject::retainReference() const noexcept {
@@ -64,4 +82,6 @@ CFIndex CFRuntimeObject::referenceCount() const noexcept {
   return references_.load(std::memory_order_relaxed);
 }
 
-void CFRuntimeObject::finalize() noexcept { delete this; }
+void CFRuntimeObject::finalize() noexcept {
+  delete this;
+}
