@@ -1,5 +1,6 @@
 #include "platform/CoreFoundation/CFNumber.h"
 
+#include <charconv>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -208,15 +209,19 @@ struct __CFNumber final : CFRuntimeObject {
     if (std::isnan(real)) return "nan";
     if (std::isinf(real)) return real < 0 ? "-inf" : "inf";
     // The shortest text that reads back as the same number.
-    char text[40];
     const bool isSingle = type == kCFNumberFloat32Type;
     for (int digits = isSingle ? 6 : 15;; ++digits) {
-      std::snprintf(text, sizeof text, "%.*g", digits, real);
-      if (digits >= (isSingle ? 9 : 17)) return text;
-      if (isSingle ? static_cast<double>(std::strtof(text, nullptr)) == real
-                   : std::strtod(text, nullptr) == real) {
-        return text;
+      const std::string text = cftext::DoubleText(real, digits);
+      const char* end = text.data() + text.size();
+      double whole = 0;
+      float single = 0;
+      if (isSingle) {
+        std::from_chars(text.data(), end, single);
+      } else {
+        std::from_chars(text.data(), end, whole);
       }
+      const bool same = (isSingle ? static_cast<double>(single) : whole) == real;
+      if (same || digits >= (isSingle ? 9 : 17)) return text;
     }
   }
 

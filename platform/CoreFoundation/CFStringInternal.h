@@ -45,6 +45,8 @@ std::u16string DescribeValue(CFStringRef (*copyDescription)(const void*), const 
 
 /// The text of a format with its arguments.
 std::u16string Format(std::u16string_view format, va_list arguments);
+/// As "%.*g" prints it, whatever locale is set.
+std::string DoubleText(double value, int digits);
 
 }  // namespace cftext
 
