@@ -33,7 +33,7 @@ CFPropertyListRef CFPropertyListCreateFromXMLData(CFAllocatorRef allocator, CFDa
 CFPropertyListRef CFPropertyListCreateFromBytes(const void* bytes, std::size_t size,
                                                 CFStringRef* errorString);
 
-/// The property list as an XML document in UTF-8, keys in ascending order of their UTF-16 units,
+/// The property list as an XML document in UTF-8, keys in ascending order of their bytes,
 /// readable by the reader above. Null when `propertyList` is null or holds an object of another
 /// type, a key that is no string, a character XML cannot hold, a number that is not finite, or is
 /// nested deeper than the reader accepts.
