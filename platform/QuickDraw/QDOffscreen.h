@@ -37,8 +37,9 @@ Rect* GetPortBounds(CGrafPtr port, Rect* bounds);
 void SetGWorld(CGrafPtr port, GDHandle gdh);
 void GetGWorld(CGrafPtr* port, GDHandle* gdh);
 
-/// Fills the part of the current port inside `r` with the background colour, white. In 32-bit
-/// formats the alpha byte becomes 0, as QuickDraw leaves it.
+/// Fills the part of the current port inside `r` with the background colour, opaque white: all bits
+/// set in grey and RGB formats, entry 0 in indexed ones, Y 235 (219 in 'r408') without colour in
+/// the YCbCr formats. A pair that shares its chroma loses it when either pixel is erased.
 void EraseRect(const Rect* r);
 
 /// Live worlds and the pixel bytes they own, for tests and diagnostics.

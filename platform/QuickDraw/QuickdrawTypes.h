@@ -74,6 +74,7 @@ struct PixMap {
   Fixed gammaLevel;           ///< gamma of the pixels; 0: the platform's default
   Fixed requestedGammaLevel;  ///< gamma wanted of what is drawn into it; 0: the platform's default
   UInt32 lockCount;           ///< LockPixels not yet undone
+  SInt32 knownBytes;  ///< bytes from baseAddr on that are the map's own; 0: rows x row bytes
 };
 using PixMapPtr = PixMap*;
 using PixMapHandle = PixMap**;

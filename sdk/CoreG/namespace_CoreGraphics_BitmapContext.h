@@ -33,6 +33,8 @@ class BitmapContext : public Context {
   static const CGFloat colorDebugBlue[4];
 
   BitmapContext();
+  /// Does what Destruct does, with this class's own DeleteImageData: a subclass that has another
+  /// calls Destruct in its own destructor.
   virtual ~BitmapContext();
   BitmapContext(const BitmapContext&) = delete;
   BitmapContext& operator=(const BitmapContext&) = delete;
@@ -50,8 +52,8 @@ class BitmapContext : public Context {
 
   /// Makes the raster, `width` x `height` pixels with rows `rowBytes` apart (0, or less than a row:
   /// the row's own size). The pixels are not cleared. False: an unknown type, without a log line,
-  /// or a failure, with one; what a failed call got hold of stays behind. Destruct first what is
-  /// constructed.
+  /// or a failure, with one; what a failed call got hold of stays behind. What is constructed
+  /// already is destructed first.
   bool Construct(int width, int height, BitmapType type, UInt32 rowBytes);
   /// Releases what is constructed; all fields become 0. The graphics context holds two references
   /// from `Construct` on, of which this gives back one: the context itself stays behind.
@@ -91,8 +93,7 @@ class BitmapContext : public Context {
  private:
   void ClearFields();
   bool ConstructContext();
-  void FillPerlinNoise8(int cellSize, float amplitude) const;
-  void FillPerlinNoise32(int cellSize, float amplitude) const;
+  void FillNoiseCells(int n, float amplitude) const;
 
   BitmapType mImageType;
   UInt32 mImageWidth;

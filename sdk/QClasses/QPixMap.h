@@ -16,11 +16,15 @@ SInt32 QPixMap_Height(PixMap** hPixMap);
 QPoint QPixMap_Dimensions(PixMap** hPixMap);
 /// Height times row bytes.
 SInt32 QPixMap_PixelDataSizeBytes(PixMap** hPixMap);
+/// Bytes from the first one on that are the map's own: the same, unless the map lies over a part of
+/// another one whose end comes earlier. Never negative.
+SInt64 QPixMap_KnownBytes(PixMap** hPixMap);
 /// First byte of a row, counted from the top; not checked. Null when there are no pixels.
 unsigned char* QPixMap_GetStartOfScanLine(PixMap** hPixMap, int row);
 
-/// Every byte of every row, padding included, becomes the low byte of `value`. False, with a log
-/// line, for a null handle or row bytes that are not positive.
+/// Every byte of every row, padding included, becomes the low byte of `value`; bytes that are not
+/// the map's own are left alone. False, with a log line, for a null handle or row bytes that are
+/// not positive.
 bool QPixMap_FillPixelARGB32(PixMap** hPixMap, UInt32 value);
 /// Every 3-byte pixel becomes the low three bytes of `color`, lowest first.
 void QPixMap_FillColor_RGB_24(PixMap** hPixMap, UInt32 color);
