@@ -65,15 +65,22 @@ class CoreException {
 
 namespace CoreMachDebug {
 
-/// The path of a source in the tree, less its extension: what log lines call the source.
+/// The path of a source in the tree, less its extension: what log lines call the source. The
+/// compiler is told to name sources by it, but a compiler cache may make that a path relative to the
+/// build folder.
 template <std::size_t N>
 struct SourceName {
   char text[N];
   consteval explicit SourceName(const char (&file)[N]) : text{} {
-    std::size_t end = N - 1;
-    for (std::size_t i = 0; i < N; ++i) {
-      text[i] = file[i];
-      if (file[i] == '.') end = i;
+    std::size_t start = 0;
+    while (start + 3 < N && file[start] == '.' && file[start + 1] == '.' &&
+           file[start + 2] == '/') {
+      start += 3;
+    }
+    std::size_t end = N - 1 - start;
+    for (std::size_t i = 0; start + i < N; ++i) {
+      text[i] = file[start + i];
+      if (text[i] == '.') end = i;
     }
     text[end] = '\0';
   }

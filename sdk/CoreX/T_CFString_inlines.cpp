@@ -77,7 +77,11 @@ int TCFString::strcmp(CFStringRef rhs_StringRef) const {
 }
 
 bool TCFString::Adopt(CFStringRef newString) {
-  if (!construct(newString, kCFTypeRef_Owned)) return false;
+  if (newString == nullptr) {
+    destruct();
+    return false;
+  }
+  construct(newString, kCFTypeRef_Owned);
   strlen();  // Logs if the new object is none.
   return true;
 }
