@@ -12,6 +12,11 @@ bool SameSize(CGSize a, CGSize b) {
   return a.width == b.width && a.height == b.height;
 }
 
+bool HasNaN(const CGRect& r) {
+  return std::isnan(r.origin.x) || std::isnan(r.origin.y) || std::isnan(r.size.width) ||
+         std::isnan(r.size.height);
+}
+
 CGRect FromEdges(CGFloat minX, CGFloat minY, CGFloat maxX, CGFloat maxY) {
   return CGRectMake(minX, minY, maxX - minX, maxY - minY);
 }
@@ -114,8 +119,7 @@ CGRect CGRectIntersection(CGRect a, CGRect b) {
   const CGFloat minY = std::max(CGRectGetMinY(a), CGRectGetMinY(b));
   const CGFloat maxX = std::min(CGRectGetMaxX(a), CGRectGetMaxX(b));
   const CGFloat maxY = std::min(CGRectGetMaxY(a), CGRectGetMaxY(b));
-  // Written so that a NaN coordinate makes the intersection null too.
-  if (!(minX <= maxX && minY <= maxY)) return CGRectNull;
+  if (HasNaN(a) || HasNaN(b) || minX > maxX || minY > maxY) return CGRectNull;
   return FromEdges(minX, minY, maxX, maxY);
 }
 

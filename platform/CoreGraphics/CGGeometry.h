@@ -72,7 +72,8 @@ CGRect CGRectOffset(CGRect rect, CGFloat dx, CGFloat dy);
 CGRect CGRectIntegral(CGRect rect);
 /// The smallest rectangle that contains both; a null one counts as nothing.
 CGRect CGRectUnion(CGRect a, CGRect b);
-/// The common area (empty, not null, where they only touch), or CGRectNull when they do not meet.
+/// The common area (empty, not null, where they only touch), or CGRectNull when they do not meet
+/// or a coordinate is no number.
 CGRect CGRectIntersection(CGRect a, CGRect b);
 bool CGRectIntersectsRect(CGRect a, CGRect b);
 /// The least edges belong to a rectangle, the greatest do not.

@@ -81,8 +81,9 @@ CGImageRef CGImageCreate(std::size_t width, std::size_t height, std::size_t bits
 }
 
 CGImageRef CGImageCreateWithImageInRect(CGImageRef image, CGRect rect) {
-  if (!image) return nullptr;
-  // In double: the float edges of a picture wider than 2^24 would not hit its last columns.
+  if (!image || !CGRectIntersectsRect(rect, CGRectInfinite)) return nullptr;
+  // Numbers all, by the check above. In double: the float edges of a picture wider than 2^24 would
+  // not hit its last columns.
   const CGRect area = CGRectStandardize(rect);
   const double left = std::max(0.0, std::floor(double{area.origin.x}));
   const double top = std::max(0.0, std::floor(double{area.origin.y}));

@@ -1,6 +1,7 @@
 // Bitmaps and images for the drawing tests.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <ostream>
