@@ -8,6 +8,7 @@
 #include "hosts/lumivane/Progress.h"
 #include "platform/CoreFoundation/CoreFoundation.h"
 #include "platform/CoreServices/Files.h"
+#include "platform/CoreServices/Folders.h"
 
 namespace fs = std::filesystem;
 
@@ -40,7 +41,7 @@ CameraPlace PlaceOf(const char* name, SInt16 domain, CFBaseDLL::Location locatio
   CameraPlace place;
   place.domain = name;
   place.location = location;
-  place.folder = FSFolderPath(domain, kQuickTimeComponentsFolderType);
+  place.folder = files::FolderPath(domain, kQuickTimeComponentsFolderType);
   std::error_code error;
   place.folderExists = fs::is_directory(place.folder, error);
   place.path = place.folder + "/" + Text(SharedCameraBundle::kCameraComponentFileName);
