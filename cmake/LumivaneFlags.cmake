@@ -15,6 +15,8 @@ if(LUMIVANE_CCACHE)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${LUMIVANE_CCACHE})
 endif()
 
+file(RELATIVE_PATH LUMIVANE_SOURCE_FROM_BUILD ${CMAKE_BINARY_DIR} ${PROJECT_SOURCE_DIR})
+string(REGEX REPLACE "/$" "" LUMIVANE_SOURCE_FROM_BUILD "${LUMIVANE_SOURCE_FROM_BUILD}")
 add_library(lumivane_flags INTERFACE)
 target_include_directories(lumivane_flags INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
 target_compile_options(lumivane_flags INTERFACE
@@ -26,8 +28,10 @@ target_compile_options(lumivane_flags INTERFACE
   $<$<BOOL:${LUMIVANE_DEVELOPER}>:-Werror>
   # Pixel and noise formulas are stated step by step: no fused or reassociated arithmetic.
   -ffp-contract=off
-  # The log names sources by their path in the tree.
-  -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
+  # The log names sources by their path in the tree, however the compiler is given them: a compiler
+  # cache may turn absolute paths into ones relative to the build folder.
+  -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=
+  -fmacro-prefix-map=${LUMIVANE_SOURCE_FROM_BUILD}/=)
 # Unique symbols would pin every module that has one in memory, so that unloading does nothing.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   target_compile_options(lumivane_flags INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-fno-gnu-unique>)

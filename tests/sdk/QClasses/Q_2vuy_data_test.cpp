@@ -665,8 +665,12 @@ TEST(Q2vuyBlend, FadesAndLimitsItsWeight) {
       Bytes want(68);
       Q_2vuy::kScalarRowKernels.blend(want.data(), a.row(y), b.row(y), 34, limited);
       EXPECT_EQ(to.Pixels(y), want) << t;
-      if (limited == 0) EXPECT_EQ(to.Pixels(y), a.Pixels(y));
-      if (limited == 1) EXPECT_EQ(to.Pixels(y), b.Pixels(y));
+      if (limited == 0) {
+        EXPECT_EQ(to.Pixels(y), a.Pixels(y));
+      }
+      if (limited == 1) {
+        EXPECT_EQ(to.Pixels(y), b.Pixels(y));
+      }
     }
   }
 }
