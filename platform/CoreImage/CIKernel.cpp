@@ -42,6 +42,10 @@ NSArray* CIKernel::kernelsWithStringerror(NSString* source, CIKernelError* error
     problem = {1, "there is no source"};
     return nullptr;
   }
+  if (CFStringGetLength(source) > static_cast<CFIndex>(kMaxKernelSourceBytes)) {
+    problem = {1, "the source is longer than 1 MiB"};
+    return nullptr;
+  }
   const std::string text = Utf8(source);
   std::vector<Token> tokens;
   KernelTree tree;

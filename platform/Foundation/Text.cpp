@@ -4,20 +4,59 @@
 
 #include <cstdlib>
 #include <memory>
+#include <vector>
 
 #include "platform/CoreFoundation/CoreFoundation.h"
 
 namespace lumivane::foundation {
 
+namespace {
+
+constexpr UInt32 kReplacement = 0xFFFD;
+
+bool IsHighSurrogate(UInt32 c) {
+  return c >= 0xD800 && c < 0xDC00;
+}
+bool IsLowSurrogate(UInt32 c) {
+  return c >= 0xDC00 && c < 0xE000;
+}
+
+void AppendUtf8(std::string& bytes, UInt32 c) {
+  const auto tail = [&](int shift) { bytes += static_cast<char>(0x80 | ((c >> shift) & 0x3F)); };
+  if (c < 0x80) {
+    bytes += static_cast<char>(c);
+  } else if (c < 0x800) {
+    bytes += static_cast<char>(0xC0 | (c >> 6));
+    tail(0);
+  } else if (c < 0x10000) {
+    bytes += static_cast<char>(0xE0 | (c >> 12));
+    tail(6);
+    tail(0);
+  } else {
+    bytes += static_cast<char>(0xF0 | (c >> 18));
+    tail(12);
+    tail(6);
+    tail(0);
+  }
+}
+
+}  // namespace
+
 std::string Utf8(NSString* text) {
   if (text == nullptr) return {};
-  const CFRange whole = CFRangeMake(0, CFStringGetLength(text));
-  CFIndex size = 0;
-  CFStringGetBytes(text, whole, kCFStringEncodingUTF8, '?', false, nullptr, 0, &size);
-  std::string bytes(static_cast<std::size_t>(size), '\0');
-  CFStringGetBytes(text, whole, kCFStringEncodingUTF8, '?', false,
-                   reinterpret_cast<UInt8*>(bytes.data()), size, &size);
-  bytes.resize(static_cast<std::size_t>(size));
+  std::vector<UniChar> units(static_cast<std::size_t>(CFStringGetLength(text)));
+  CFStringGetCharacters(text, CFRangeMake(0, static_cast<CFIndex>(units.size())), units.data());
+  std::string bytes;
+  bytes.reserve(units.size());
+  for (std::size_t i = 0; i < units.size(); ++i) {
+    UInt32 c = units[i];
+    if (IsHighSurrogate(c) && i + 1 < units.size() && IsLowSurrogate(units[i + 1])) {
+      c = 0x10000 + ((c - 0xD800) << 10) + (units[++i] - 0xDC00U);
+    } else if (IsHighSurrogate(c) || IsLowSurrogate(c)) {
+      c = kReplacement;
+    }
+    AppendUtf8(bytes, c);
+  }
   return bytes;
 }
 

@@ -47,6 +47,19 @@ TEST_F(NSValuesTest, UnderstandsByteOrderMarks) {
   EXPECT_EQ(Utf8(NSString_stringWithContentsOfFile(File("\xFE\xFF\0a\0b"s))), "ab");
 }
 
+TEST_F(NSValuesTest, TextComesBackAsItsUTF8) {
+  const std::string text =
+      "a\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBD\xF0\x90\x80\x80\xF4\x8F\xBF\xBF";
+  EXPECT_EQ(Utf8(NSString_stringWithUTF8String(text.c_str())), text);
+  const UniChar lone[] = {'a', 0xD800, 'b', 0xDC00, 0xD83D};
+  NSString* const broken =
+      NSAutorelease(CFStringCreateWithCharacters(kCFAllocatorDefault, lone, 5));
+  EXPECT_EQ(Utf8(broken),
+            "a\xEF\xBF\xBD"
+            "b\xEF\xBF\xBD\xEF\xBF\xBD");
+  EXPECT_EQ(Utf8(nullptr), "");
+}
+
 TEST_F(NSValuesTest, WhatIsNoTextIsNull) {
   EXPECT_EQ(NSString_stringWithContentsOfFile(File("a\xFF\xC0z")), nullptr);
   EXPECT_EQ(NSString_stringWithUTF8String("\xC3"), nullptr);
