@@ -28,11 +28,10 @@ enum class DecompressorQuality { bestFidelity, bestSpeed };
 struct ImageDecompressorInfo {
   const char* name;  ///< for diagnostics; copied
   OSType sourceFormat;
-  OSType destinationFormat;
+  OSType destinationFormat;  ///< a raster format with one byte per component, 8, 24 or 32 bits
   DecompressorQuality quality;
   UInt32 unitPixels;  ///< pixels that are stored together (2 in 4:2:2), 1 to 16
-  UInt32 unitBytes;   ///< bytes of them in the source
-  UInt32 destinationPixelBytes;
+  UInt32 unitBytes;   ///< bytes of them in the source, 1 to 64
 
   /// Prepares for pictures of this description; `*instance` goes to the other two. May be null.
   OSErr (*open)(ImageDescriptionHandle description, void** instance);
