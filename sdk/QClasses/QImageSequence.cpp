@@ -1,6 +1,14 @@
 #include "sdk/QClasses/QImageSequence.h"
 
 #include "sdk/CoreX/CoreMachDebugLog.h"
+#include "sdk/QClasses/Q_2vuy_decompressor.h"
+
+namespace {
+
+/// Whoever links sequences from the static toolkit gets the toolkit's decompressors with them.
+[[gnu::used]] bool (*const sKeepDecompressors)() = Q_2vuy_DecompressorsAreRegistered;
+
+}  // namespace
 
 QImageSequence::QImageSequence() : mSeqID(0) {}
 
