@@ -427,10 +427,6 @@ std::vector<Identity> AncestorsOf(const Located& located) {
   return FolderTable::Shared().ChainOf(located.folderIdentity);
 }
 
-bool FindKnownFolder(const std::function<bool(const Identity&)>& accept, Identity* found) {
-  return FolderTable::Shared().FindFolder(accept, found);
-}
-
 void SetReferenceTableLimit(std::size_t entries) {
   FolderTable::Shared().SetLimit(entries);
 }

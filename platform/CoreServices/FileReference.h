@@ -18,7 +18,6 @@
 #pragma once
 
 #include <cstddef>
-#include <functional>
 #include <shared_mutex>
 #include <string>
 #include <vector>
@@ -82,9 +81,6 @@ void NoteDeleted(const Identity& object);
 
 /// Identities from the object's folder up to the root, as far as the table knows them.
 std::vector<Identity> AncestorsOf(const Located& located);
-
-/// Looks through the table's folders for the one that `accept` wants.
-bool FindKnownFolder(const std::function<bool(const Identity&)>& accept, Identity* found);
 
 /// Bounds the table to about `entries` (default 32768) and drops what is over. For tests.
 void SetReferenceTableLimit(std::size_t entries);

@@ -30,6 +30,7 @@ void FolderTable::Enter(const Identity& object, const Place& place) {
   entry.place.moved = place.moved || moved;
   entry.used = ++clock_;
   Adopt(place.folder, +1);
+  if (place.isFolder) folderNumbers_[NumberKey(object)] = object;
   if (nodes_.size() > limit_) Shrink();
 }
 
@@ -38,9 +39,7 @@ void FolderTable::Drop(const Identity& object) {
   const auto found = nodes_.find(object);
   // A folder that still has entries below it is left for Shrink: they must stay countable.
   if (found == nodes_.end() || found->second.children != 0) return;
-  const Identity folder = found->second.place.folder;
-  nodes_.erase(found);
-  Adopt(folder, -1);
+  Erase(found);
 }
 
 std::optional<FolderTable::Place> FolderTable::Find(const Identity& object) {
@@ -79,15 +78,20 @@ std::optional<std::string> FolderTable::PathOf(const Identity& folder) {
   return path.empty() ? "/" : path;
 }
 
-bool FolderTable::FindFolder(const std::function<bool(const Identity&)>& accept, Identity* found) {
+std::optional<Identity> FolderTable::FindNumber(UInt32 device, UInt32 number) {
   const std::lock_guard lock(mutex_);
-  for (const auto& [id, node] : nodes_) {
-    if (node.place.isFolder && accept(id)) {
-      *found = id;
-      return true;
-    }
-  }
-  return false;
+  const auto found = folderNumbers_.find((static_cast<UInt64>(device) << 32) | number);
+  if (found == folderNumbers_.end()) return std::nullopt;
+  return found->second;
+}
+
+void FolderTable::Erase(Nodes::iterator node) {
+  const Identity object = node->first;
+  const Identity folder = node->second.place.folder;
+  const auto number = folderNumbers_.find(NumberKey(object));
+  if (number != folderNumbers_.end() && number->second == object) folderNumbers_.erase(number);
+  nodes_.erase(node);
+  Adopt(folder, -1);
 }
 
 void FolderTable::Shrink() {
@@ -109,10 +113,7 @@ void FolderTable::Shrink() {
     std::nth_element(leaves.begin(), leaves.begin() + static_cast<std::ptrdiff_t>(count - 1),
                      leaves.end(), older);
     for (std::size_t i = 0; i < count; ++i) {
-      const auto found = nodes_.find(std::get<2>(leaves[i]));
-      const Identity folder = found->second.place.folder;
-      nodes_.erase(found);
-      Adopt(folder, -1);
+      Erase(nodes_.find(std::get<2>(leaves[i])));
     }
   }
 }

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstddef>
-#include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -34,7 +33,8 @@ class FolderTable {
   std::optional<std::string> PathOf(const Identity& folder);
   /// `folder`, its folder, and so on to the root; stops where an ancestor is not entered.
   std::vector<Identity> ChainOf(const Identity& folder);
-  bool FindFolder(const std::function<bool(const Identity&)>& accept, Identity* found);
+  /// The folder of a device with this number (NumberOfInode), the last entered if several had it.
+  std::optional<Identity> FindNumber(UInt32 device, UInt32 number);
 
   void SetLimit(std::size_t entries);
   std::size_t size();
@@ -48,12 +48,19 @@ class FolderTable {
   // More levels than any path has; ends the walk should two entries name each other as folder.
   static constexpr std::size_t kMaxDepth = 4096;
 
+  static UInt64 NumberKey(const Identity& id) {
+    return (static_cast<UInt64>(id.device) << 32) | NumberOfInode(id.inode);
+  }
+  using Nodes = std::unordered_map<Identity, Node, IdentityHash>;
+
+  void Erase(Nodes::iterator node);
   void Adopt(const Identity& folder, std::ptrdiff_t count);
   void Shrink();
   std::vector<Identity> ChainLocked(const Identity& folder);
 
   std::mutex mutex_;
-  std::unordered_map<Identity, Node, IdentityHash> nodes_;
+  Nodes nodes_;
+  std::unordered_map<UInt64, Identity> folderNumbers_;
   std::size_t limit_ = 32768;
   UInt64 clock_ = 0;
 };

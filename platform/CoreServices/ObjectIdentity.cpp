@@ -41,6 +41,12 @@ UInt64 StampOf(int fd, const struct statx& status) {
 
 }  // namespace
 
+UInt32 NumberOfInode(UInt64 inode) {
+  constexpr UInt32 kHashed = 0x40000000;
+  if (inode > 2 && inode < kHashed) return static_cast<UInt32>(inode);
+  return kHashed | static_cast<UInt32>((inode * 0x9e3779b97f4a7c15ull) >> 34);
+}
+
 UInt64 HashBytes(const void* bytes, std::size_t size) {
   const auto* byte = static_cast<const unsigned char*>(bytes);
   UInt64 hash = 0xcbf29ce484222325ull;

@@ -23,6 +23,10 @@ struct Identity {
   bool IsNull() const { return inode == 0 && stamp == 0 && device == 0; }
 };
 
+/// A node's 32-bit number for its inode: the inode itself where it fits into 30 bits and is not one
+/// of the numbers 0 to 2, which mean something of their own; else a hash of it above those.
+UInt32 NumberOfInode(UInt64 inode);
+
 struct IdentityHash {
   std::size_t operator()(const Identity& id) const noexcept {
     return static_cast<std::size_t>((id.inode * 0x9e3779b97f4a7c15ull) ^ id.stamp ^
