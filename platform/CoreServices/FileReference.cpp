@@ -277,8 +277,29 @@ Descriptor Located::Open(int flags) const {
   return Descriptor(openat(folder.get(), name.c_str(), flags | O_NOFOLLOW | O_CLOEXEC));
 }
 
-std::shared_mutex& TopologyLock() {
-  static auto* const lock = new std::shared_mutex;  // outlives every static destructor
+TopologyMutex::TopologyMutex() {
+  pthread_rwlockattr_t attributes;
+  pthread_rwlockattr_init(&attributes);
+  pthread_rwlockattr_setkind_np(&attributes, PTHREAD_RWLOCK_PREFER_WRITER_NONRECURSIVE_NP);
+  pthread_rwlock_init(&lock_, &attributes);
+  pthread_rwlockattr_destroy(&attributes);
+}
+
+void TopologyMutex::lock() {
+  pthread_rwlock_wrlock(&lock_);
+}
+void TopologyMutex::unlock() {
+  pthread_rwlock_unlock(&lock_);
+}
+void TopologyMutex::lock_shared() {
+  pthread_rwlock_rdlock(&lock_);
+}
+void TopologyMutex::unlock_shared() {
+  pthread_rwlock_unlock(&lock_);
+}
+
+TopologyMutex& TopologyLock() {
+  static auto* const lock = new TopologyMutex;  // outlives every static destructor
   return *lock;
 }
 

@@ -17,6 +17,8 @@
 // object that was moved to another folder, or below one that was.
 #pragma once
 
+#include <pthread.h>
+
 #include <cstddef>
 #include <shared_mutex>
 #include <string>
@@ -44,7 +46,20 @@ struct Located {
 
 /// Held shared while an object is being found and exclusively while one is renamed, moved or
 /// deleted together with its entry in the table, so that no look-up meets the time between the two.
-std::shared_mutex& TopologyLock();
+/// One that waits to hold it exclusively is let in before new sharers, so that look-ups without end
+/// cannot keep a rename waiting; hence a thread must not take it twice.
+class TopologyMutex {
+ public:
+  TopologyMutex();
+  void lock();
+  void unlock();
+  void lock_shared();
+  void unlock_shared();
+
+ private:
+  pthread_rwlock_t lock_;
+};
+TopologyMutex& TopologyLock();
 
 /// Finds what `ref` refers to. errFSBadFSRef when it is no reference at all, fnfErr when the object
 /// is gone or another has its place, afpAccessDenied when rights hide it. Takes TopologyLock.
