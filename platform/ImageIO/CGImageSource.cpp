@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <climits>
 #include <cmath>
-#include <fstream>
-#include <iterator>
+#include <cstdio>
 #include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
 
 #include "platform/CoreFoundation/CFData.h"
 #include "platform/CoreFoundation/CFDictionary.h"
@@ -72,6 +74,22 @@ CFDictionaryRef CreateTexts(const ImageIOTexts& texts) {
   return dictionary;
 }
 
+// None when the file cannot be read to its end or is longer than data can be.
+std::optional<std::vector<UInt8>> ReadWhole(const std::string& path) {
+  std::FILE* file = std::fopen(path.c_str(), "rbe");
+  if (!file) return std::nullopt;
+  std::vector<UInt8> bytes;
+  std::vector<UInt8> block(1 << 16);
+  std::size_t count = 0;
+  while ((count = std::fread(block.data(), 1, block.size(), file)) > 0 && bytes.size() <= INT_MAX) {
+    bytes.insert(bytes.end(), block.begin(), block.begin() + static_cast<std::ptrdiff_t>(count));
+  }
+  const bool whole = std::ferror(file) == 0 && bytes.size() <= INT_MAX;
+  std::fclose(file);
+  if (!whole) return std::nullopt;
+  return bytes;
+}
+
 CGImageRef CreateScaled(CGImageRef image, double scale) {
   const auto side = [scale](std::size_t size) {
     return static_cast<std::size_t>(std::max(1L, std::lround(static_cast<double>(size) * scale)));
@@ -103,12 +121,10 @@ CGImageSourceRef CGImageSourceCreateWithData(CFDataRef data, CFDictionaryRef) {
 CGImageSourceRef CGImageSourceCreateWithURL(CFURLRef url, CFDictionaryRef) {
   const auto path = imageio::PathOf(url);
   if (!path) return nullptr;
-  std::ifstream file(*path, std::ios::binary);
-  const std::vector<char> bytes{std::istreambuf_iterator<char>(file), {}};
-  if (!file.is_open() || file.bad() || bytes.size() > INT_MAX) return nullptr;
+  const auto bytes = ReadWhole(*path);
+  if (!bytes) return nullptr;
   const CFDataRef data =
-      CFDataCreate(kCFAllocatorDefault, reinterpret_cast<const UInt8*>(bytes.data()),
-                   static_cast<CFIndex>(bytes.size()));
+      CFDataCreate(kCFAllocatorDefault, bytes->data(), static_cast<CFIndex>(bytes->size()));
   return data ? new CGImageSource(data) : nullptr;
 }
 
