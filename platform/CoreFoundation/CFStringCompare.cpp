@@ -5,11 +5,13 @@
 // characters of the source do.
 #include <unicode/uchar.h>
 #include <unicode/ucol.h>
+#include <unicode/uloc.h>
 #include <unicode/unorm2.h>
 #include <unicode/ustring.h>
 
 #include <algorithm>
 #include <atomic>
+#include <cstring>
 #include <memory>
 
 #include "platform/CoreFoundation/CFArray.h"
@@ -61,7 +63,11 @@ CFComparisonResult CompareNumerically(std::u16string_view a, std::u16string_view
 CFComparisonResult CompareLocalized(std::u16string_view a, std::u16string_view b,
                                     CFOptionFlags options) {
   UErrorCode error = U_ZERO_ERROR;
-  const std::unique_ptr<UCollator, decltype(&ucol_close)> collator(ucol_open(nullptr, &error),
+  // A program without a language has ICU's POSIX locale, which sorts by code point: the root rules
+  // are what people expect instead.
+  const char* language = uloc_getDefault();
+  if (std::strstr(language, "POSIX") != nullptr) language = "";
+  const std::unique_ptr<UCollator, decltype(&ucol_close)> collator(ucol_open(language, &error),
                                                                    &ucol_close);
   if (U_FAILURE(error)) return Sign(a.compare(b));
   const bool numerically = (options & kCFCompareNumerically) != 0;

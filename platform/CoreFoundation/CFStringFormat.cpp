@@ -393,7 +393,11 @@ class Writer {
               std::uintmax_t{unsignedNarrow(directive, given)});
         return;
       default:
-        print(start + "L" + conversion, width, precision, given.real);
+        if (given.kind == Kind::kLongDouble) {
+          print(start + "L" + conversion, width, precision, given.real);
+        } else {
+          print(start + conversion, width, precision, static_cast<double>(given.real));
+        }
         return;
     }
   }

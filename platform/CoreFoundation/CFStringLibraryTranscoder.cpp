@@ -45,11 +45,35 @@ Converter Open(const EncodingInfo& info) {
 }
 
 bool IsWindows(const EncodingInfo& info) {
-  return (info.encoding & 0xFF00) == 0x0500;
+  return (info.encoding & 0xFF00) == 0x0500 || info.encoding == kCFStringEncodingDOSThai;
 }
 bool IsDOS(const EncodingInfo& info) {
   return (info.encoding & 0xFF00) == 0x0400;
 }
+
+// Where the published tables of DOS and Windows pages differ from ICU's, which are IBM's.
+struct Correction {
+  CFStringEncoding encoding;
+  UInt8 byte;
+  char16_t character;
+};
+constexpr Correction kCorrections[] = {
+    {kCFStringEncodingDOSLatinUS, 0xE6, 0x00B5},
+    {kCFStringEncodingDOSPortuguese, 0xE6, 0x00B5},
+    {kCFStringEncodingDOSIcelandic, 0xE6, 0x00B5},
+    {kCFStringEncodingDOSHebrew, 0xE6, 0x00B5},
+    {kCFStringEncodingDOSCanadianFrench, 0xE6, 0x00B5},
+    {kCFStringEncodingDOSNordic, 0xE6, 0x00B5},
+    {kCFStringEncodingDOSLatin2, 0xAA, 0x00AC},
+    {kCFStringEncodingDOSArabic, 0x25, 0x066A},
+    {kCFStringEncodingDOSArabic, 0x9F, kNone},
+    {kCFStringEncodingDOSArabic, 0xD7, 0xFEC1},
+    {kCFStringEncodingDOSArabic, 0xD8, 0xFEC5},
+    {kCFStringEncodingDOSArabic, 0xF1, 0x0651},
+    {kCFStringEncodingDOSGreek2, 0x88, 0x00B7},
+    {kCFStringEncodingDOSGreek2, 0xEF, 0x0384},
+    {kCFStringEncodingWindowsGreek, 0xAA, kNone},
+};
 
 std::unique_ptr<const SingleByteTable> ReadTable(const EncodingInfo& info, UConverter* converter) {
   auto table = std::make_unique<SingleByteTable>();
@@ -64,7 +88,15 @@ std::unique_ptr<const SingleByteTable> ReadTable(const EncodingInfo& info, UConv
     // permuted controls in the DOS pages; the published tables have neither.
     if (IsWindows(info) && byte >= 0x80 && byte < 0xA0 && character == byte) character = kNone;
     if (IsDOS(info) && byte < 0x80) character = static_cast<char16_t>(byte);
-    if (character == 0xFFFD) character = kNone;
+    // What no assigned character stands for is left open likewise, be it a private-use one.
+    if (character == 0xFFFD || (IsWindows(info) && character >= 0xE000 && character < 0xF900)) {
+      character = kNone;
+    }
+    for (const Correction& correction : kCorrections) {
+      if (correction.encoding == info.encoding && correction.byte == byte) {
+        character = correction.character;
+      }
+    }
     table->characters[byte] = character;
     if (character != kNone) table->bytes.try_emplace(character, static_cast<UInt8>(byte));
   }
@@ -100,12 +132,13 @@ const Known& Look(const EncodingInfo& info) {
 }
 
 void WriteLossByte(const void* context, UConverterFromUnicodeArgs* args, const UChar*, std::int32_t,
-                   UChar32, UConverterCallbackReason reason, UErrorCode* error) {
+                   UChar32 failed, UConverterCallbackReason reason, UErrorCode* error) {
   if (reason > UCNV_IRREGULAR) return;
   *error = U_ZERO_ERROR;
   const UInt8 loss = *static_cast<const UInt8*>(context);
-  if (loss < 0x80) {
-    // Through the converter, which may have to shift to ASCII first.
+  if (loss < 0x80 && failed != loss) {
+    // Through the converter, which may have to shift to ASCII first. An encoding without that
+    // character comes back here and takes the byte as it is.
     const UChar character = loss;
     const UChar* source = &character;
     ucnv_cbFromUWriteUChars(args, &source, source + 1, 0, error);
