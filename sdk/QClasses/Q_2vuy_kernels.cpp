@@ -1,14 +1,13 @@
 #include "sdk/QClasses/Q_2vuy_kernels.h"
 
 #include <array>
-#include <atomic>
+
+#include "sdk/CoreX/KernelChoice.h"
 
 namespace Q_2vuy {
 namespace {
-
-constinit std::atomic<const RowKernels*> sSelected{nullptr};
-
-}  // namespace
+constinit KernelChoice<RowKernels> sChoice;
+}
 
 std::span<const RowKernels> AvailableRowKernels() {
   static const std::array<RowKernels, 2> kForms = {VectorRowKernels(), kScalarRowKernels};
@@ -16,18 +15,11 @@ std::span<const RowKernels> AvailableRowKernels() {
 }
 
 const RowKernels& CurrentRowKernels() {
-  const RowKernels* selected = sSelected.load(std::memory_order_relaxed);
-  return selected != nullptr ? *selected : AvailableRowKernels().front();
+  return sChoice.Current(AvailableRowKernels());
 }
 
 bool SelectRowKernels(std::string_view name) {
-  for (const RowKernels& form : AvailableRowKernels()) {
-    if (form.name == name) {
-      sSelected.store(&form, std::memory_order_relaxed);
-      return true;
-    }
-  }
-  return false;
+  return sChoice.Select(AvailableRowKernels(), name);
 }
 
 }  // namespace Q_2vuy

@@ -1,0 +1,132 @@
+#include <algorithm>
+#include <cstring>
+
+#include "sdk/CoreX/XFrameOperations.h"
+#include "sdk/CoreX/XFrameRows.h"
+
+using XFrameRows::HasPixels;
+using XFrameRows::Row;
+using XFrameRows::RowSize;
+
+namespace {
+
+/// Feathered pixels lie 4 bytes apart whatever the format.
+constexpr SInt64 kFeatherBytes = 4;
+
+bool CanBlacken(const XFrameBuffer& buffer) {
+  return HasPixels(buffer) && buffer.Width != 0 && buffer.Height != 0;
+}
+
+bool HasRow(const XFrameBuffer& buffer, SInt64 y) {
+  return y >= 0 && y < buffer.Height;
+}
+
+unsigned char Third(unsigned char byte) {
+  return static_cast<unsigned char>(byte / 3.0);
+}
+unsigned char TwoThirds(unsigned char byte) {
+  return static_cast<unsigned char>(2 * (byte / 3.0));
+}
+
+/// Darkens one pixel of a row, where the frame has it.
+template <unsigned char (*Darken)(unsigned char)>
+void Feather(const XFrameBuffer& buffer, SInt64 x, SInt64 y) {
+  if (!HasRow(buffer, y) || x < 0) return;
+  if ((x + 1) * kFeatherBytes > static_cast<SInt64>(RowSize(buffer))) return;
+  unsigned char* pixel = Row(buffer, static_cast<int>(y)) + x * kFeatherBytes;
+  for (int i = 0; i < kFeatherBytes; ++i) pixel[i] = Darken(pixel[i]);
+}
+
+/// The columns between the side borders of two rows next to the top or bottom border.
+void FeatherRows(const XFrameBuffer& buffer, const XFrameEdges& edges, SInt64 nearRow,
+                 SInt64 farRow) {
+  const SInt64 end = SInt64{buffer.Width} - edges.right;
+  for (SInt64 x = edges.left; x < end; ++x) {
+    Feather<Third>(buffer, x, nearRow);
+    Feather<TwoThirds>(buffer, x, farRow);
+  }
+}
+
+/// Pixels [from, to) of a row, as far as the frame has them.
+void BlackenPixels(const XFrameBuffer& buffer, int y, SInt64 from, SInt64 to) {
+  from = std::clamp<SInt64>(from, 0, buffer.Width);
+  to = std::clamp<SInt64>(to, 0, buffer.Width);
+  if (from >= to || buffer.PelBytes <= 0) return;
+  XFrame_BlackenPixelData(buffer.PixelType, Row(buffer, y) + from * buffer.PelBytes,
+                          static_cast<UInt32>((to - from) * buffer.PelBytes));
+}
+
+}  // namespace
+
+void XFrameBlacken_ARGB_ScanLine(unsigned char* bytes, UInt32 count) {
+  std::memset(bytes, 0, count);
+}
+
+void XFrameBlacken_r408_ScanLine(unsigned char* bytes, UInt32 count) {
+  static constexpr unsigned char kBlack[4] = {255, 0, 128, 128};
+  for (UInt32 pixel = 0; pixel < count / 4; ++pixel) std::memcpy(bytes + 4 * pixel, kBlack, 4);
+}
+
+template <void (*BlackenRow)(unsigned char*, UInt32)>
+bool XFrame_BlackenWith(XFrameBuffer& buffer) {
+  if (!CanBlacken(buffer)) return false;
+  const UInt32 bytes = static_cast<UInt32>(RowSize(buffer));
+  for (int y = 0; y < buffer.Height; ++y) BlackenRow(Row(buffer, y), bytes);
+  return true;
+}
+
+template bool XFrame_BlackenWith<XFrameBlacken_ARGB_ScanLine>(XFrameBuffer&);
+template bool XFrame_BlackenWith<XFrameBlacken_r408_ScanLine>(XFrameBuffer&);
+
+bool XFrame_BlackenPixelData(XFrame_Pel_Format format, unsigned char* bytes, UInt32 count) {
+  if (bytes == nullptr) return false;
+  if (XFrame_IsYUV(format)) {
+    XFrameBlacken_r408_ScanLine(bytes, count);
+  } else {
+    XFrameBlacken_ARGB_ScanLine(bytes, count);
+  }
+  return true;
+}
+
+bool XFrame_BlackenScanLine(const XFrameBuffer& buffer, int row) {
+  if (!HasPixels(buffer) || !HasRow(buffer, row)) return false;
+  return XFrame_BlackenPixelData(buffer.PixelType, Row(buffer, row),
+                                 static_cast<UInt32>(RowSize(buffer)));
+}
+
+bool XFrame_Blacken(XFrameBuffer& buffer) {
+  return XFrame_IsYUV(buffer.PixelType) ? XFrame_BlackenWith<XFrameBlacken_r408_ScanLine>(buffer)
+                                        : XFrame_BlackenWith<XFrameBlacken_ARGB_ScanLine>(buffer);
+}
+
+bool XFrame_BlackenEdges(XFrameBuffer& buffer, const XFrameEdges& edges) {
+  if (!CanBlacken(buffer)) return false;
+  const SInt64 width = buffer.Width;
+  const SInt64 height = buffer.Height;
+  if (edges.top != 0) {
+    for (int y = 0; y < std::min<SInt64>(edges.top, height); ++y) XFrame_BlackenScanLine(buffer, y);
+    FeatherRows(buffer, edges, edges.top, edges.top + 1);
+  }
+  if (edges.bottom != 0) {
+    const SInt64 first = std::max<SInt64>(height - edges.bottom, 0);
+    for (SInt64 y = first; y < height; ++y) XFrame_BlackenScanLine(buffer, static_cast<int>(y));
+    FeatherRows(buffer, edges, height - edges.bottom - 1, height - edges.bottom - 2);
+  }
+  if (edges.left == 0 && edges.right == 0) return true;
+
+  const SInt64 end = std::min<SInt64>(height - edges.bottom, height);
+  for (SInt64 row = std::max<SInt64>(edges.top, 0); row < end; ++row) {
+    const int y = static_cast<int>(row);
+    if (edges.left * buffer.PelBytes != 0) {
+      BlackenPixels(buffer, y, 0, edges.left);
+      Feather<Third>(buffer, edges.left, y);
+      Feather<TwoThirds>(buffer, edges.left + 1, y);
+    }
+    if (edges.right * buffer.PelBytes != 0) {
+      BlackenPixels(buffer, y, width - edges.right, width);
+      Feather<Third>(buffer, width - edges.right - 1, y);
+      Feather<TwoThirds>(buffer, width - edges.right - 2, y);
+    }
+  }
+  return true;
+}
