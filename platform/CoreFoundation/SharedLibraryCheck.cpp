@@ -13,6 +13,7 @@ namespace {
 
 using Header = ElfW(Ehdr);
 using Segment = ElfW(Phdr);
+using Section = ElfW(Shdr);
 
 constexpr unsigned char kClass = sizeof(void*) == 8 ? ELFCLASS64 : ELFCLASS32;
 constexpr unsigned char kByteOrder =
@@ -35,6 +36,21 @@ ElfW(Half) ThisMachine() {
 
 bool ReadAt(int file, void* to, std::size_t size, std::uint64_t offset) {
   return pread(file, to, size, static_cast<off_t>(offset)) == static_cast<ssize_t>(size);
+}
+
+/// Whether the section table, which linkers write last, is there. A file that was given its size
+/// before its content, and then not all of it, has zeros there. Libraries may have no such table.
+bool HasItsEnd(int file, std::uint64_t size, const Header& header) {
+  const auto names = header.e_shstrndx;
+  if (header.e_shoff == 0 || header.e_shentsize != sizeof(Section) || names == SHN_UNDEF ||
+      names >= header.e_shnum) {
+    return true;
+  }
+  const std::uint64_t tableSize = std::uint64_t{header.e_shnum} * sizeof(Section);
+  if (header.e_shoff > size || tableSize > size - header.e_shoff) return false;
+  Section section;
+  return ReadAt(file, &section, sizeof section, header.e_shoff + names * sizeof section) &&
+         section.sh_type == SHT_STRTAB;
 }
 
 /// What is wrong with the open file of `size` bytes, or null.
@@ -60,7 +76,7 @@ const char* Fault(int file, std::uint64_t size) {
     if (segment.p_type != PT_LOAD && segment.p_type != PT_DYNAMIC) continue;
     if (segment.p_offset > size || segment.p_filesz > size - segment.p_offset) return "cut short";
   }
-  return nullptr;
+  return HasItsEnd(file, size, header) ? nullptr : "cut short";
 }
 
 }  // namespace

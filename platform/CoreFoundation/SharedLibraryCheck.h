@@ -5,6 +5,6 @@
 #include <string>
 
 /// Whether the file at `path` is a complete shared library for this machine: an ELF file of type
-/// ET_DYN with this program's class, byte order and machine, whose program headers and loaded
-/// segments lie within the file. `error` says what is wrong.
+/// ET_DYN with this program's class, byte order and machine, whose program headers, loaded
+/// segments and section table, if it has one, lie within the file. `error` says what is wrong.
 bool SharedLibraryCheck(const std::string& path, std::string& error);

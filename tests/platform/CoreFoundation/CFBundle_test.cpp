@@ -229,6 +229,13 @@ TEST(CFBundle, RefusesALibraryCutShort) {
     ASSERT_NE(bundle.get(), nullptr) << size;
     EXPECT_THAT(LoadError(bundle), HasSubstr("Cut.component")) << size;
   }
+  // The last byte alone, and a file that has its size but not yet its content.
+  test::WriteFile(path, whole.substr(0, whole.size() - 1));
+  EXPECT_THAT(LoadError(Create(path)), HasSubstr("cut short"));
+  for (const std::size_t size : {std::size_t{4096}, whole.size() / 2}) {
+    test::WriteFile(path, whole.substr(0, size) + std::string(whole.size() - size, '\0'));
+    EXPECT_THAT(LoadError(Create(path)), HasSubstr("cut short")) << size;
+  }
   test::WriteFile(path, whole);
   EXPECT_EQ(Answer(Create(path)), 1);
 }
