@@ -72,7 +72,9 @@ std::optional<DoubleHead> LayOutDouble(const DoubleHead& old,
     }
     head.entries.push_back(entry);
   }
-  for (const auto& [id, length] : lengths) {
+  // New ones by falling id: Finder information, dates, resource fork, as others write them.
+  for (auto each = lengths.rbegin(); each != lengths.rend(); ++each) {
+    const auto& [id, length] = *each;
     if (length && old.Find(id) == nullptr) head.entries.push_back({id, 0, *length});
   }
   if (head.entries.size() > 65535) return std::nullopt;

@@ -2,10 +2,12 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/statvfs.h>
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <deque>
 #include <fstream>
 #include <memory>
@@ -23,6 +25,12 @@ namespace {
 
 constexpr const char* kStartUpName = "Root";
 constexpr std::size_t kManyVolumes = 256;
+constexpr std::chrono::milliseconds kSearchTime{1000};
+
+bool IsRootFolder(const Identity& folder) {
+  const std::optional<FolderTable::Place> place = FolderTable::Shared().Find(folder);
+  return place && place->folder.IsNull();
+}
 
 class VolumeTable {
  public:
@@ -39,7 +47,9 @@ class VolumeTable {
     if (volumes_.size() >= kManyVolumes) Prune();
     Volume volume;
     volume.root = root;
-    volume.number = kStartUpVolume;
+    // The start-up volume's number is its own, whichever volume is met first.
+    volume.number = name == kStartUpName && IsRootFolder(root) ? kStartUpVolume
+                                                               : FSVolumeRefNum{kStartUpVolume - 1};
     while (Has(volume.number)) --volume.number;
     volume.name = name;
     for (int copy = 1; HasName(volume.name); ++copy)
@@ -141,11 +151,16 @@ bool SearchVolume(const Volume& volume, UInt32 number, Located* folder) {
   Located root;
   if (LocateVolume(volume, &root) != noErr) return false;
   std::deque<std::string> queue{root.Path()};
-  for (int budget = 100000; !queue.empty() && budget > 0; --budget) {
+  const auto end = std::chrono::steady_clock::now() + kSearchTime;
+  while (!queue.empty() && std::chrono::steady_clock::now() < end) {
     const std::string path = std::move(queue.front());
     queue.pop_front();
     const std::unique_ptr<DIR, int (*)(DIR*)> stream(opendir(path.c_str()), &closedir);
-    if (!stream) continue;
+    struct stat status {};
+    if (!stream || fstat(dirfd(stream.get()), &status) != 0 ||
+        static_cast<UInt32>(status.st_dev) != volume.root.device) {
+      continue;
+    }
     while (const dirent* entry = readdir(stream.get())) {
       const std::string name = entry->d_name;
       if (entry->d_type != DT_DIR || name == "." || name == "..") continue;

@@ -39,7 +39,7 @@ UInt32 NodeNumber(const Identity& object, const Volume& volume);
 /// The number of the folder that the object lies in.
 UInt32 ParentNumber(const Located& located, const Volume& volume);
 /// Finds a folder by number: among those met, else by a search of the volume that gives up after
-/// some 100000 folders. dirNFErr when there is none.
+/// a second. dirNFErr when there is none.
 OSErr LocateFolderByNumber(const Volume& volume, UInt32 number, Located* folder);
 
 }  // namespace lumivane::files

@@ -339,6 +339,7 @@ OSErr ChangeSide(int folder, const std::string& name, const struct statx& owner,
       }
       for (const SidePiece& piece : *change->second) {
         if (error != noErr) break;
+        if (piece.length == 0) continue;
         switch (piece.from) {
           case SidePiece::From::kZeros:
             error = writer.Zeros(piece.length);
