@@ -32,23 +32,20 @@ int SharedCameraBundle::__GetCurrentReadBuffer(tagSHARED_CAMERA_BUFFER* camera) 
   return mDLL.FnCall<std::int32_t(tagSHARED_CAMERA_BUFFER*)>(kCameraComponentFunction2, camera);
 }
 
-namespace {
-
-bool IsReadableIn(CFStringRef fileName, CFBaseDLL::Location location) {
-  CFURLRef const url = CFBaseDLL::URLOfNameInLocation(fileName, location);
-  const CoreUnixPath path(url);
-  if (url != nullptr) CFRelease(url);
-  return CoreUnixPath::FileExistsRead(path);
-}
-
-}  // namespace
-
 bool SharedCameraBundle::AlreadyInstalledSomewhere() const {
   CoreMachDebugLogNull("SharedCameraBundle::AlreadyInstalledSomewhere\n");
   // The reference itself is of no interest: asking for it makes the user's folder.
   const CoreUserFolder userComponents(kQuickTimeComponentsFolderType, kUserDomain);
   FSRef ref = {};
   userComponents.GetFileRef(ref);
-  return IsReadableIn(mFileName, CFBaseDLL::kLocationUserComponents) ||
-         IsReadableIn(mFileName, CFBaseDLL::kLocationSystemComponents);
+
+  CFURLRef const userURL =
+      CFBaseDLL::URLOfNameInLocation(mFileName, CFBaseDLL::kLocationUserComponents);
+  CFURLRef const systemURL =
+      CFBaseDLL::URLOfNameInLocation(mFileName, CFBaseDLL::kLocationSystemComponents);
+  const CoreUnixPath userPath(userURL);
+  const CoreUnixPath systemPath(systemURL);
+  if (userURL != nullptr) CFRelease(userURL);
+  if (systemURL != nullptr) CFRelease(systemURL);
+  return CoreUnixPath::FileExistsRead(userPath) || CoreUnixPath::FileExistsRead(systemPath);
 }
