@@ -47,10 +47,10 @@
 #define LUMIVANE_CAMERA_FUNCTION2 "__public_fn2"
 
 /*
- * Pixel formats. '2vuy': packed 4:2:2, bytes Cb Y0 Cr Y1, video range, Rec. 709, an even width,
- * rows tightly packed (2 * frameWidth bytes; rowBytes is not looked at). Every other code means
- * 32-bit ARGB: bytes A R G B, alpha premultiplied; LUMIVANE_CAMERA_FORMAT_ARGB is the customary
- * one.
+ * Pixel formats. '2vuy': packed 4:2:2, bytes Cb Y0 Cr Y1, video range, Rec. 601 up to 576 rows and
+ * Rec. 709 above, an even width, rows tightly packed (2 * frameWidth bytes; rowBytes is not looked
+ * at). Every other code means 32-bit ARGB: bytes A R G B, alpha premultiplied;
+ * LUMIVANE_CAMERA_FORMAT_ARGB is the customary one.
  */
 #define LUMIVANE_CAMERA_FORMAT_2VUY ((uint32_t)0x32767579)
 #define LUMIVANE_CAMERA_FORMAT_ARGB ((uint32_t)0x00000020)

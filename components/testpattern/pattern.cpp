@@ -25,10 +25,15 @@ constexpr int kBars = 7;
 constexpr bool kBarPrimaries[kBars][3] = {{1, 1, 1}, {1, 1, 0}, {0, 1, 1}, {0, 1, 0},
                                           {1, 0, 1}, {1, 0, 0}, {0, 0, 1}};
 
-// Video-range Rec. 709: luma 16-235, chroma 16-240 about 128.
-constexpr float kRedWeight = 0.2126F;
-constexpr float kGreenWeight = 0.7152F;
-constexpr float kBlueWeight = 0.0722F;
+// Weights of red and blue in luma; green has the rest.
+struct LumaWeights {
+  float red, blue;
+};
+constexpr LumaWeights kRec601 = {0.299F, 0.114F};
+constexpr LumaWeights kRec709 = {0.2126F, 0.0722F};
+constexpr int kLastRec601Height = 576;
+
+// Video range: luma 16-235, chroma 16-240 about 128.
 constexpr float kLumaScale = 219.0F / 255.0F;
 constexpr float kChromaScale = 224.0F / 255.0F;
 
@@ -216,9 +221,11 @@ void Pattern::StoreRow(int y, int left, int count, const Rgb* source, std::uint8
     return;
   }
   out += static_cast<std::size_t>(left) * 2;
-  const auto luma = [](Rgb c) {
-    return kRedWeight * static_cast<float>(c.r) + kGreenWeight * static_cast<float>(c.g) +
-           kBlueWeight * static_cast<float>(c.b);
+  const LumaWeights weights = settings_.height <= kLastRec601Height ? kRec601 : kRec709;
+  const auto luma = [weights](Rgb c) {
+    return weights.red * static_cast<float>(c.r) +
+           (1 - weights.red - weights.blue) * static_cast<float>(c.g) +
+           weights.blue * static_cast<float>(c.b);
   };
   for (int i = 0; i < count; i += 2, out += 4) {
     const Rgb a = source[i];
@@ -228,9 +235,9 @@ void Pattern::StoreRow(int y, int left, int count, const Rgb* source, std::uint8
     const float mean = (y0 + y1) / 2;
     const float blue = static_cast<float>(a.b + b.b) / 2;
     const float red = static_cast<float>(a.r + b.r) / 2;
-    out[0] = Rounded(128 + kChromaScale * (blue - mean) * 0.5F / (1 - kBlueWeight));
+    out[0] = Rounded(128 + kChromaScale * (blue - mean) * 0.5F / (1 - weights.blue));
     out[1] = Rounded(16 + kLumaScale * y0);
-    out[2] = Rounded(128 + kChromaScale * (red - mean) * 0.5F / (1 - kRedWeight));
+    out[2] = Rounded(128 + kChromaScale * (red - mean) * 0.5F / (1 - weights.red));
     out[3] = Rounded(16 + kLumaScale * y1);
   }
 }

@@ -10,7 +10,8 @@
 //   0.94-1.00  the frame counter for machines: see ReadCounter
 //
 // The hand, the ball and the counters follow from the frame number alone: equal numbers, equal
-// pictures. 2vuy pictures are the same picture in video-range Rec. 709, chroma averaged per pair.
+// pictures. 2vuy pictures are the same picture in video range, chroma averaged per pair: Rec. 601
+// up to 576 rows, Rec. 709 above, as standard- and high-definition video are.
 #pragma once
 
 #include <cstdint>

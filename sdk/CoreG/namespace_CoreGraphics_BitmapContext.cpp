@@ -65,9 +65,8 @@ void BitmapContext::ClearFields() {
 }
 
 unsigned char* BitmapContext::CreateImageData(UInt32 size) const {
-  auto* bytes = static_cast<unsigned char*>(std::malloc(std::size_t{size} + kMacMemorySlack));
-  if (bytes != nullptr) std::memset(bytes + size, 0, kMacMemorySlack);
-  return bytes;
+  // Zeroed: a camera's picture may be smaller than the raster, and nobody's heap shows beside it.
+  return static_cast<unsigned char*>(std::calloc(std::size_t{size} + kMacMemorySlack, 1));
 }
 
 void BitmapContext::DeleteImageData(unsigned char* p) const {

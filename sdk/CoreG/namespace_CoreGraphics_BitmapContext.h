@@ -43,15 +43,15 @@ class BitmapContext : public Context {
   /// it is drawn, and is valid only while they live. Null, with a log line, on failure.
   virtual CGImageRef ConstructCGImage() const;
   /// C-heap memory of `size` bytes, with kMacMemorySlack more behind it for code that works in
-  /// pairs of pixels; not cleared but for that. Null without memory. A subclass that supplies its
-  /// own memory gives back its own.
+  /// pairs of pixels; all zero. Null without memory. A subclass that supplies its own memory gives
+  /// back its own, which `Construct` does not clear.
   virtual unsigned char* CreateImageData(UInt32 size) const;
   virtual void DeleteImageData(unsigned char* p) const;
   /// Lays the world over the pixels.
   virtual bool ConstructGWorld();
 
   /// Makes the raster, `width` x `height` pixels with rows `rowBytes` apart (0, or less than a row:
-  /// the row's own size). The pixels are not cleared. False: an unknown type, without a log line,
+  /// the row's own size). False: an unknown type, without a log line,
   /// or a failure, with one; what a failed call got hold of stays behind. What is constructed
   /// already is destructed first.
   bool Construct(int width, int height, BitmapType type, UInt32 rowBytes);

@@ -265,36 +265,36 @@ TEST(TestPatternPicture, HandAndBallMoveWithEveryFrame) {
   EXPECT_FALSE(differs(start, round, pattern.BallArea())) << "there and back";
 }
 
-// Rec. 709 video range, the textbook way.
-Rgb Decoded(int y, int cb, int cr) {
+// Video range, the textbook way; kr and kb are the weights of red and blue in luma.
+Rgb Decoded(int y, int cb, int cr, double kr, double kb) {
   const double luma = (y - 16) / 219.0;
   const double blue = (cb - 128) / 224.0;
   const double red = (cr - 128) / 224.0;
-  const double r = luma + 2 * (1 - 0.2126) * red;
-  const double b = luma + 2 * (1 - 0.0722) * blue;
-  const double g = (luma - 0.2126 * r - 0.0722 * b) / 0.7152;
+  const double r = luma + 2 * (1 - kr) * red;
+  const double b = luma + 2 * (1 - kb) * blue;
+  const double g = (luma - kr * r - kb * b) / (1 - kr - kb);
   const auto byte = [](double v) {
     return static_cast<int>(std::lround(std::clamp(v, 0.0, 1.0) * 255));
   };
   return {byte(r), byte(g), byte(b)};
 }
 
-TEST(TestPatternPicture, IsTheSameIn2vuy) {
-  const Settings argb = Made(PixelFormat::kArgb, 640, 480);
-  const Settings yuv = Made(PixelFormat::k2vuy, 640, 480);
+void ExpectTheSameIn2vuy(int width, int height, double kr, double kb) {
+  const Settings argb = Made(PixelFormat::kArgb, width, height);
+  const Settings yuv = Made(PixelFormat::k2vuy, width, height);
   const Bytes want = Drawn(argb, 77);
   const Bytes got = Drawn(yuv, 77);
-  for (int y = 0; y < 480; ++y) {
-    if (y >= 384 && y < 451) continue;  // the caption names the format
-    for (int x = 0; x < 640; x += 2) {
-      const std::uint8_t* unit = got.data() + y * 1280 + x * 2;
+  for (int y = 0; y < height; ++y) {
+    if (y >= height * 80 / 100 && y < height * 94 / 100) continue;  // the caption names the format
+    for (int x = 0; x < width; x += 2) {
+      const std::uint8_t* unit = got.data() + y * width * 2 + x * 2;
       ASSERT_GE(unit[1], 16);
       ASSERT_LE(unit[1], 235);
       ASSERT_GE(std::min(unit[0], unit[2]), 16);
       ASSERT_LE(std::max(unit[0], unit[2]), 240);
       // Only where both pixels of a pair are alike is the shared chroma exactly theirs.
       if (ArgbAt(argb, want, x, y) != ArgbAt(argb, want, x + 1, y)) continue;
-      const Rgb decoded = Decoded(unit[1], unit[0], unit[2]);
+      const Rgb decoded = Decoded(unit[1], unit[0], unit[2], kr, kb);
       const Rgb pixel = ArgbAt(argb, want, x, y);
       for (std::size_t c = 0; c < 3; ++c) {
         // Two roundings of samples that carry up to 1.9 levels per step.
@@ -302,6 +302,16 @@ TEST(TestPatternPicture, IsTheSameIn2vuy) {
       }
     }
   }
+}
+
+TEST(TestPatternPicture, IsTheSameIn2vuyByRec601UpTo576Rows) {
+  ExpectTheSameIn2vuy(640, 480, 0.299, 0.114);
+  ExpectTheSameIn2vuy(160, 576, 0.299, 0.114);
+}
+
+TEST(TestPatternPicture, IsTheSameIn2vuyByRec709Above) {
+  ExpectTheSameIn2vuy(160, 577, 0.2126, 0.0722);
+  ExpectTheSameIn2vuy(640, 720, 0.2126, 0.0722);
 }
 
 // ---- The camera

@@ -72,19 +72,24 @@ TEST_F(Frame2vuy, IsConvertedTopRowFirst) {
   EXPECT_TRUE(log.Lines().empty());
 }
 
-TEST_F(Frame2vuy, HasTheColoursOfRec709) {
-  const Script script(Format(640, 480));
-  // 75 % red: Y 51, Cb 109, Cr 212 by the standard's formulas.
-  for (std::size_t i = 0; i < 640 * 480 * 2; i += 4) {
-    const unsigned char unit[] = {109, 51, 212, 51};
-    std::memcpy(frame_ + i, unit, 4);
+TEST_F(Frame2vuy, HasTheColoursOfItsStandard) {
+  // 75 % red by the formulas of Rec. 601 for 480 rows, of Rec. 709 for 720.
+  const struct {
+    int height;
+    unsigned char unit[4];
+  } reds[] = {{480, {100, 65, 212, 65}}, {720, {109, 51, 212, 51}}};
+  for (const auto& red : reds) {
+    const Script script(Format(640, red.height));
+    CILumivaneInput* const filter = NewFilter();
+    for (int i = 0; i < 640 * red.height * 2; i += 4) std::memcpy(frame_ + i, red.unit, 4);
+    const Pixel pixel = At(Show(filter), 320, 240);
+    EXPECT_EQ(pixel[0], 255);
+    // One step of luma is 1.16 levels of red, one of chroma up to 1.8.
+    EXPECT_NEAR(pixel[1], 191, 3) << red.height;
+    EXPECT_NEAR(pixel[2], 0, 3) << red.height;
+    EXPECT_NEAR(pixel[3], 0, 3) << red.height;
+    Dispose(filter);
   }
-  const Pixel pixel = At(Show(filter_), 320, 240);
-  EXPECT_EQ(pixel[0], 255);
-  // One step of luma is 1.16 levels of red, one of chroma up to 1.8.
-  EXPECT_NEAR(pixel[1], 191, 3);
-  EXPECT_NEAR(pixel[2], 0, 3);
-  EXPECT_NEAR(pixel[3], 0, 3);
 }
 
 TEST_F(Frame2vuy, SmallerOnesLieInTheTopLeftCornerUnscaled) {
@@ -159,9 +164,16 @@ TEST_F(Frame2vuy, TheSequenceIsOpenedOnceAndEndsWithTheFilter) {
     EXPECT_EQ(DecompressionSequenceCount(), before + 1);
   }
   {
-    const Script script(Format(320, 200));
-    EXPECT_TRUE(ShowsFrame(filter));
-    EXPECT_EQ(DecompressionSequenceCount(), before + 1) << "nor reopened for another size";
+    const Script script(Format(320, 960));
+    const Shown shown = Show(filter);
+    EXPECT_FALSE(shown.isNoCamera);
+    EXPECT_EQ(shown.width, 640U) << "its data read as the first frame's rows";
+    EXPECT_EQ(DecompressionSequenceCount(), before + 1) << "not reopened for another size";
+  }
+  {
+    const Script script(Format(320, 240));
+    EXPECT_TRUE(ShowsNoCamera(filter)) << "too little data for the first frame's size";
+    EXPECT_EQ(DecompressionSequenceCount(), before + 1);
   }
   Dispose(filter);
   EXPECT_EQ(DecompressionSequenceCount(), before);
