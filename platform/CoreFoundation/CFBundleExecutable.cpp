@@ -52,8 +52,12 @@ ImageTable& Images() {
   return table;
 }
 
-/// The bundle whose initialisers this thread is running.
-thread_local CFBundleRef loadingBundle = nullptr;
+/// The bundle whose initialisers this thread is running, and the file they are in.
+struct Loading {
+  CFBundleRef bundle;
+  FileStamp file;
+};
+thread_local const Loading* currentLoading = nullptr;
 
 void* ImageOf(void* handle) {
   link_map* map = nullptr;
@@ -105,9 +109,10 @@ bool Load(CFBundleRef bundle, std::string& error) {
   }
   if (!SharedLibraryCheck(path, error)) return false;
 
-  const CFBundleRef outer = std::exchange(loadingBundle, bundle);
+  const Loading loading{bundle, *file};
+  const Loading* const outer = std::exchange(currentLoading, &loading);
   Mapping mapping = Map(path, *file, error);
-  loadingBundle = outer;
+  currentLoading = outer;
   if (mapping.handle == nullptr) return false;
   {
     const std::lock_guard guard(bundle->lock);
@@ -201,10 +206,13 @@ CFBundleRef CFBundleCopyBundleForCodeAddress(const void* address) {
   for (const CFBundleRef bundle : live) {
     if (HasImage(bundle, image)) return Retained(bundle);
   }
-  // Its initialisers are running: its handle is not known yet, but its file is.
+  // While its initialisers run no bundle has the image yet, but its file is known.
   const std::optional<FileStamp> file = CFBundleLayout::StampOf(image->l_name);
-  if (file && loadingBundle != nullptr && loadingBundle->layout.stamps.executable.sameFile(*file)) {
-    return Retained(loadingBundle);
+  if (file && currentLoading != nullptr && currentLoading->file.sameFile(*file)) {
+    return Retained(currentLoading->bundle);
+  }
+  for (const CFBundleRef bundle : live) {
+    if (file && bundle->layout.stamps.executable.sameFile(*file)) return Retained(bundle);
   }
   // Mapped by someone else, who linked against it or called the dynamic loader himself.
   if (const std::optional<std::string> path = CFBundleLayout::BundleOfExecutable(image->l_name)) {

@@ -1,5 +1,6 @@
 #include "platform/CoreFoundation/CFBundle.h"
 
+#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -446,12 +447,37 @@ TEST(CFBundle, KnowsWhichBundleCodeIsIn) {
     EXPECT_EQ(Bundle(CFBundleCopyBundleForCodeAddress(address)).get(), bundle.get());
     EXPECT_EQ(CFGetRetainCount(bundle), 1);
   }
+  test::MakeLibraryBundle(folder / "Plain.plugin", kModules / "asks_for_itself");
+  fs::create_symlink("Plain.plugin", folder / "Link.plugin");
+  {
+    const Bundle plain = Create(folder / "Plain.plugin");
+    const Bundle link = Create(folder / "Link.plugin");
+    auto* atInitialisation = static_cast<CFBundleRef*>(
+        CFBundleGetDataPointerForName(link, CFSTR("bundleAtInitialisation")));
+    ASSERT_NE(atInitialisation, nullptr);
+    EXPECT_EQ(*atInitialisation, link.get()) << "the one being loaded, not the other of its file";
+  }
   const CFBundleRef main = CFBundleGetMainBundle();
   static int here = 0;
   EXPECT_EQ(CFBundleCopyBundleForCodeAddress(&here), main);
   EXPECT_EQ(CFBundleCopyBundleForCodeAddress(nullptr), main);
   EXPECT_EQ(CFBundleCopyBundleForCodeAddress(reinterpret_cast<const void*>(&CFBundleCreate)), main)
       << "the platform's own code is the program's";
+}
+
+TEST(CFBundle, KnowsTheBundleOfCodeThatOthersMapped) {
+  const TempFolder folder;
+  const fs::path path = folder / "A.plugin";
+  test::MakeFolderBundle(path, kOne);
+  void* handle = dlopen((path / "Contents/Linux/A").c_str(), RTLD_NOW | RTLD_LOCAL);
+  ASSERT_NE(handle, nullptr) << dlerror();
+  {
+    const Bundle found(CFBundleCopyBundleForCodeAddress(dlsym(handle, "answer")));
+    EXPECT_EQ(TakePath(CFBundleCopyBundleURL(found)), path.string());
+    EXPECT_FALSE(CFBundleIsExecutableLoaded(found)) << "not by this object";
+  }
+  dlclose(handle);
+  EXPECT_FALSE(test::IsMapped(path / "Contents/Linux/A"));
 }
 
 TEST(CFBundle, ReadsTheInfoPlist) {
