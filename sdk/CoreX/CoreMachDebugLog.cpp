@@ -1,5 +1,6 @@
 #include "sdk/CoreX/CoreMachDebugLog.h"
 
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -65,10 +66,8 @@ void LogToSyslog(const char* text) {
 
 void LogToFile(const char* text) {
   if (tFindingLogFile) return;
-  static bool fClassInitialized = false;
-  if (!__atomic_load_n(&fClassInitialized, __ATOMIC_ACQUIRE)) {
-    __atomic_store_n(&fClassInitialized, CoreMachDebugLogClassInitialize(), __ATOMIC_RELEASE);
-  }
+  static constinit std::atomic<bool> fClassInitialized{false};
+  if (!fClassInitialized) fClassInitialized = CoreMachDebugLogClassInitialize();
   std::FILE* file = nullptr;
   {
     const std::lock_guard<std::mutex> lock(sPathsLock);
@@ -93,6 +92,7 @@ void CoreMachDebugLog(const char* format, ...) {
 }
 
 void CoreMachDebugLogString(const char* text) {
+  if (text == nullptr) return;
   const ErrnoKeeper keeper;
   switch (sLogOutput) {
     case kCoreLogToASL:

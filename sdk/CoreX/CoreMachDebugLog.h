@@ -27,7 +27,8 @@ extern const char* g_CoreMachDebug_LogFileName;
 /// Formats like printf and logs the result; what exceeds 1023 bytes is cut.
 void CoreMachDebugLog(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
-/// Logs one message. In file mode the text goes through a second formatting pass without arguments:
+/// Logs one message; nothing for null. In file mode the text goes through a second formatting pass
+/// without arguments:
 /// "%%" becomes "%", a conversion prints as for zero or an empty text, %n writes nothing.
 void CoreMachDebugLogString(const char* text);
 
@@ -66,8 +67,8 @@ class CoreException {
 namespace CoreMachDebug {
 
 /// The path of a source in the tree, less its extension: what log lines call the source. The
-/// compiler is told to name sources by it, but a compiler cache may make that a path relative to the
-/// build folder.
+/// compiler is told to name sources by it, but a compiler cache may make that a path relative to
+/// the build folder.
 template <std::size_t N>
 struct SourceName {
   char text[N];

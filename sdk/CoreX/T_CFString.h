@@ -72,7 +72,7 @@ class TCFString : public T_CFTypeRef<CFStringRef> {
   /// the life of the process: as in every release so far. Do not convert long texts in a loop.
   bool GetConstCharStarValue(std::string& out, CFStringBuiltInEncodings encoding) const;
   /// A Pascal string in Mac OS Roman (else UTF-8), cut to 255 bytes. `out` has room for 256; false
-  /// makes it empty.
+  /// makes it empty. False for null.
   bool GetValue(unsigned char* out) const;
   /// The first 127 units at most: the conversion is limited to 255 bytes. False for an empty
   /// string.

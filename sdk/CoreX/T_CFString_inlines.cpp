@@ -147,6 +147,7 @@ bool TCFString::GetValue(std::string& out, CFStringBuiltInEncodings encoding) co
 }
 
 bool TCFString::GetValue(unsigned char* out) const {
+  if (out == nullptr) return false;
   std::string text;
   const bool fOk = GetValue(text, kCFStringEncodingMacRoman);
   const std::size_t length = std::min<std::size_t>(text.size(), 255);

@@ -227,6 +227,15 @@ TEST_F(ResourceBundle, LiesInAnApplicationWithFoldersOfItsOwn) {
   EXPECT_THAT(log.Lines(), IsEmpty());
 }
 
+TEST_F(ResourceBundle, MayEndItsApplicationWithAFrameworkLoaded) {
+  // The static loader unloads it while the program ends; Run checks how that went.
+  const LogCapture log;
+  test::InstallSystemFramework();
+  EXPECT_THAT(Run("system"), ElementsAre("true"));
+  test::RemoveSystemFramework();
+  EXPECT_THAT(log.Lines(), IsEmpty());
+}
+
 TEST_F(ResourceBundle, KnowsItsApplicationInAList) {
   EXPECT_THAT(Run("member org.lumivane.Test.App"), ElementsAre("true"));
   EXPECT_THAT(Run("member org.other ORG.LUMIVANE.test.app org.third"), ElementsAre("true"));

@@ -72,6 +72,12 @@ TEST(CoreMachDebugLogString, AddsNoLineEnd) {
   EXPECT_EQ(log.Text(), "ab\n");
 }
 
+TEST(CoreMachDebugLogString, WritesNothingForNull) {
+  const LogCapture log;
+  CoreMachDebugLogString(nullptr);
+  EXPECT_EQ(log.Text(), "");
+}
+
 TEST(CoreMachDebugLogString, FormatsAgainWhenItWrites) {
   LogCapture log;
   CoreMachDebugLogString("a%db%5dc%sd%%e%nf%\n");

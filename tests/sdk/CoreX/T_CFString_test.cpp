@@ -440,6 +440,7 @@ TEST(TCFStringGetPascal, IsEmptyOnFailure) {
   unsigned char out[256] = {5, 'o', 'l', 'd'};
   EXPECT_FALSE(TCFString("").GetValue(out));
   EXPECT_EQ(out[0], 0);
+  EXPECT_FALSE(TCFString("a").GetValue(static_cast<unsigned char*>(nullptr)));
   EXPECT_EQ(log.Text(), "");
 }
 

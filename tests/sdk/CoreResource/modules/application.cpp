@@ -5,6 +5,7 @@
 //   unnamed                    a resource bundle without a file name from here on
 //   resource NAME EXTENSION    the resource's path
 //   location N                 the path of "Name.ext" in location N
+//   system                     uses System.framework, which is left loaded
 //   member [IDENTIFIER...]     whether the main bundle is in the list (the rest of the arguments)
 #include <cstdio>
 #include <cstdlib>
@@ -14,6 +15,7 @@
 #include <vector>
 
 #include "sdk/CoreResource/CoreResourceBundle.h"
+#include "sdk/CoreX/CoreSystem.h"
 #include "sdk/CoreX/T_CFString.h"
 
 namespace {
@@ -80,6 +82,9 @@ int main(int argc, char** argv) {
       PrintURL(BUNDLE_resource_url(name, extension));
     } else if (command == "location") {
       PrintURL(CFBaseDLL::URLOfNameInLocation(CFSTR("Name.ext"), location()));
+    } else if (command == "system") {
+      char path[4096];
+      Print(SystemFramework::getcwd(path, sizeof(path)) == path);
     } else if (command == "member") {
       Print(IsMember(argc - i - 1, argv + i + 1));
       break;
