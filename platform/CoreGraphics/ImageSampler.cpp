@@ -10,7 +10,7 @@ namespace raster {
 namespace {
 
 // Largest picture made to shrink an image before it is turned.
-constexpr double kMaxShrunkPixels = 1 << 26;
+constexpr double kMaxShrunkPixels = 1 << 24;
 
 std::size_t ColumnAt(double x, std::size_t size) {
   const double column = std::clamp(std::floor(x), 0.0, static_cast<double>(size) - 1);

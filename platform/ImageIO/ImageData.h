@@ -27,7 +27,7 @@ using ImageIOTexts = std::vector<std::pair<std::string, std::string>>;
 
 struct ImageIODecoded {
   /// 32 bits, RGB: kCGImageAlphaLast for a PNG with transparency, else kCGImageAlphaNoneSkipLast.
-  /// The caller releases it. Null when nothing could be decoded.
+  /// The caller releases it. Null when not even one row could be decoded.
   CGImageRef image = nullptr;
   ImageIOFormat format = ImageIOFormat::kUnknown;
   ImageIOOrientation orientation = 1;

@@ -150,6 +150,7 @@ DecodedFile DecodeJPEG(std::span<const std::uint8_t> bytes) {
   file.complete =
       Caught(&reader, ReadRows) && Caught(&reader, ReadEnd) && reader.errors.num_warnings == 0;
   if (!file.complete) file.error = reader.message;
+  if (reader.jpeg.output_scanline == 0) file.pixels.bytes.reset();
   return file;
 }
 

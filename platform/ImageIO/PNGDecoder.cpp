@@ -23,6 +23,7 @@ struct Reader {
   png_infop info = nullptr;
   char message[256] = "";
   DecodedFile* file = nullptr;
+  bool anyRow = false;
 
   ~Reader() { png_destroy_read_struct(&png, &info, nullptr); }
 };
@@ -69,6 +70,7 @@ void ReadRows(Reader* r) {
   for (int pass = 0; pass < passes; ++pass) {
     for (std::uint32_t y = 0; y < r->file->pixels.height; ++y) {
       png_read_row(r->png, r->file->pixels.row(y), nullptr);
+      r->anyRow = true;
     }
   }
 }
@@ -142,6 +144,7 @@ DecodedFile DecodePNG(std::span<const std::uint8_t> bytes) {
                   png_get_valid(reader.png, reader.info, PNG_INFO_tRNS) != 0;
   file.complete = Caught(&reader, ReadRows) && Caught(&reader, ReadEnd);
   if (!file.complete) file.error = reader.message;
+  if (!reader.anyRow) file.pixels.bytes.reset();
   CollectTexts(reader);
   CollectOrientation(reader);
   return file;

@@ -133,6 +133,8 @@ TEST(PNG, EveryTruncationGivesTheReadRowsOrAReason) {
       ASSERT_FALSE(decoded.complete) << size;
       ASSERT_FALSE(decoded.error.empty()) << size;
       if (!decoded.image) continue;
+      const Bytes rows = pixels::Of(decoded.image);
+      EXPECT_NE(rows, Bytes(rows.size())) << "a picture without a row, " << size;
       EXPECT_EQ(CGImageGetAlphaInfo(decoded.image), kCGImageAlphaLast);
       const Bytes got = pixels::Of(decoded.image);
       for (std::size_t i = 0; i < got.size(); i += 4) {
