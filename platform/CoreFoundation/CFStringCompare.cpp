@@ -78,47 +78,82 @@ CFComparisonResult CompareLocalized(std::u16string_view a, std::u16string_view b
                            static_cast<std::int32_t>(b.size())));
 }
 
-CFComparisonResult Compare(std::u16string_view a, std::u16string_view b, CFOptionFlags options) {
-  const std::u16string formA = cftext::Fold(a, options).text;
-  const std::u16string formB = cftext::Fold(b, options).text;
-  CFComparisonResult result;
-  if ((options & kCFCompareLocalized) != 0) {
-    result = CompareLocalized(formA, formB, options);
-  } else if ((options & kCFCompareNumerically) != 0) {
-    result = CompareNumerically(formA, formB);
-  } else {
-    result = Sign(formA.compare(formB));
-  }
-  if (result == kCFCompareEqualTo && (options & kCFCompareForcedOrdering) != 0) {
-    result = Sign(a.compare(b));
-  }
-  return result;
+CFComparisonResult Order(std::u16string_view a, std::u16string_view b, CFOptionFlags options) {
+  if ((options & kCFCompareLocalized) != 0) return CompareLocalized(a, b, options);
+  if ((options & kCFCompareNumerically) != 0) return CompareNumerically(a, b);
+  return Sign(a.compare(b));
 }
 
-CFRange Find(std::u16string_view text, std::u16string_view sought, CFOptionFlags options) {
-  constexpr CFRange kNowhere = {kCFNotFound, 0};
-  const cftext::Folded form = cftext::Fold(text, options);
-  const std::u16string needle = cftext::Fold(sought, options).text;
-  if (needle.empty() || needle.size() > form.text.size()) return kNowhere;
-  const std::size_t last = form.text.size() - needle.size();
-  const bool backwards = (options & kCFCompareBackwards) != 0;
-  const bool anchored = (options & kCFCompareAnchored) != 0;
-  const std::u16string_view view = form.text;
-  std::size_t at = backwards ? last : 0;
-  while (true) {
-    at = backwards ? view.rfind(needle, at) : view.find(needle, at);
-    if (at == std::u16string_view::npos || (anchored && at != (backwards ? last : 0))) {
-      return kNowhere;
-    }
-    const std::size_t end = at + needle.size();
-    if (form.isBoundary(at) && form.isBoundary(end)) {
-      const auto from = static_cast<CFIndex>(form.sources[at]);
-      return {from, static_cast<CFIndex>(form.sources[end]) - from};
-    }
-    if (anchored || (backwards && at == 0)) return kNowhere;
-    at += backwards ? std::size_t{0} - 1 : 1;
-  }
+CFComparisonResult Compare(std::u16string_view a, std::u16string_view b, CFOptionFlags options) {
+  if (!cftext::IsFolding(options)) return Order(a, b, options);
+  const CFComparisonResult result =
+      Order(cftext::Fold(a, options).text, cftext::Fold(b, options).text, options);
+  const bool isTie = result == kCFCompareEqualTo && (options & kCFCompareForcedOrdering) != 0;
+  return isTie ? Sign(a.compare(b)) : result;
 }
+
+// Looks for one text in another, again and again.
+class Search {
+ public:
+  Search(std::u16string_view text, std::u16string_view sought, CFOptionFlags options)
+      : isBackwards_((options & kCFCompareBackwards) != 0),
+        isAnchored_((options & kCFCompareAnchored) != 0),
+        text_(text),
+        needle_(sought) {
+    if (cftext::IsFolding(options)) {
+      form_ = cftext::Fold(text, options);
+      folded_ = cftext::Fold(sought, options).text;
+      text_ = form_.text;
+      needle_ = folded_;
+    }
+    end_ = text_.size();
+  }
+  Search(const Search&) = delete;
+  Search& operator=(const Search&) = delete;
+
+  /// The next place, in the units of the source; false when there is none left.
+  bool next(CFRange& place) {
+    const std::size_t size = needle_.size();
+    if (size == 0) return false;
+    while (end_ - begin_ >= size) {
+      const std::u16string_view window = text_.substr(begin_, end_ - begin_);
+      const std::size_t found = isBackwards_ ? window.rfind(needle_) : window.find(needle_);
+      const std::size_t anchor = isBackwards_ ? window.size() - size : 0;
+      if (found == std::u16string_view::npos || (isAnchored_ && found != anchor)) break;
+      const std::size_t from = begin_ + found;
+      const bool isWhole = isBoundary(from) && isBoundary(from + size);
+      if (!isWhole && isAnchored_) break;
+      // Past a whole match, or by one unit past half a character.
+      if (isBackwards_) {
+        end_ = isWhole ? from : from + size - 1;
+      } else {
+        begin_ = isWhole ? from + size : from + 1;
+      }
+      if (isWhole) {
+        place.location = static_cast<CFIndex>(source(from));
+        place.length = static_cast<CFIndex>(source(from + size)) - place.location;
+        return true;
+      }
+    }
+    begin_ = end_;
+    return false;
+  }
+
+ private:
+  bool isBoundary(std::size_t at) const { return form_.boundaries.empty() || form_.boundaries[at]; }
+  std::size_t source(std::size_t at) const {
+    return form_.sources.empty() ? at : form_.sources[at];
+  }
+
+  const bool isBackwards_;
+  const bool isAnchored_;
+  cftext::Folded form_;  ///< empty when nothing is folded
+  std::u16string folded_;
+  std::u16string_view text_;
+  std::u16string_view needle_;
+  std::size_t begin_ = 0;
+  std::size_t end_ = 0;
+};
 
 std::u16string_view Part(CFStringRef string, CFRange range, CFRange& inside) {
   const std::u16string_view text = cftext::View(string);
@@ -150,15 +185,17 @@ Boolean CFStringHasSuffix(CFStringRef string, CFStringRef suffix) {
 }
 
 CFRange CFStringFind(CFStringRef string, CFStringRef stringToFind, CFOptionFlags compareOptions) {
-  return Find(cftext::View(string), cftext::View(stringToFind), compareOptions);
+  CFRange found = {kCFNotFound, 0};
+  Search(cftext::View(string), cftext::View(stringToFind), compareOptions).next(found);
+  return found;
 }
 
 Boolean CFStringFindWithOptions(CFStringRef string, CFStringRef stringToFind, CFRange rangeToSearch,
                                 CFOptionFlags searchOptions, CFRange* result) {
   CFRange inside;
   const std::u16string_view text = Part(string, rangeToSearch, inside);
-  CFRange found = Find(text, cftext::View(stringToFind), searchOptions);
-  if (found.location == kCFNotFound) return false;
+  CFRange found;
+  if (!Search(text, cftext::View(stringToFind), searchOptions).next(found)) return false;
   found.location += inside.location;
   if (result != nullptr) *result = found;
   return true;
@@ -193,20 +230,15 @@ CFArrayRef CFStringCreateArrayWithFindResults(CFAllocatorRef allocator, CFString
         const CFRange& second = static_cast<const Holder*>(b)->range;
         return first.location == second.location && first.length == second.length;
       }};
-  CFRange rest;
-  Part(string, rangeToSearch, rest);
-  const bool backwards = (compareOptions & kCFCompareBackwards) != 0;
+  CFRange inside;
+  const std::u16string_view text = Part(string, rangeToSearch, inside);
+  Search search(text, cftext::View(stringToFind), compareOptions);
   CFMutableArrayRef results = nullptr;
   CFRange found;
-  while (CFStringFindWithOptions(string, stringToFind, rest, compareOptions, &found) != 0) {
+  while (search.next(found)) {
     if (results == nullptr) results = CFArrayCreateMutable(allocator, 0, &kRangeCallBacks);
-    auto* holder = new Holder{found, 0};
-    CFArrayAppendValue(results, holder);
-    const CFIndex end = rest.location + rest.length;
-    rest = backwards
-               ? CFRangeMake(rest.location, found.location - rest.location)
-               : CFRangeMake(found.location + found.length, end - found.location - found.length);
-    if (found.length == 0) break;
+    found.location += inside.location;
+    CFArrayAppendValue(results, new Holder{found, 0});
   }
   return results;
 }

@@ -107,9 +107,13 @@ std::u16string FoldPiece(std::u16string_view piece, CFOptionFlags options) {
 
 }  // namespace
 
+bool IsFolding(CFOptionFlags options) {
+  return (options & kFoldingOptions) != 0;
+}
+
 Folded Fold(std::u16string_view source, CFOptionFlags options) {
   Folded folded;
-  const bool plain = (options & kFoldingOptions) == 0;
+  const bool plain = !IsFolding(options);
   // Marks are reordered and composed with what they stand on, so they cannot be parted from it.
   const bool withMarks = (options & (kCFCompareNonliteral | kCFCompareDiacriticInsensitive)) != 0;
   for (std::size_t i = 0; i < source.size();) {

@@ -15,10 +15,10 @@ struct Folded {
   std::vector<std::size_t> sources;
   /// For each of them, whether a character of the source begins there.
   std::vector<bool> boundaries;
-
-  bool isBoundary(std::size_t at) const { return boundaries[at]; }
 };
 
+/// Whether any of the comparison options folds something.
+bool IsFolding(CFOptionFlags options);
 /// Folds case, decomposition, diacritics and width away, as the comparison options say. A character
 /// is folded together with the combining marks that follow it.
 Folded Fold(std::u16string_view source, CFOptionFlags options);

@@ -10,9 +10,8 @@ namespace test {
 
 inline std::u16string Units(CFStringRef string) {
   std::u16string units(static_cast<std::size_t>(CFStringGetLength(string)), u'\0');
-  for (std::size_t i = 0; i < units.size(); ++i) {
-    units[i] = static_cast<char16_t>(CFStringGetCharacterAtIndex(string, static_cast<CFIndex>(i)));
-  }
+  CFStringGetCharacters(string, CFRangeMake(0, CFStringGetLength(string)),
+                        reinterpret_cast<UniChar*>(units.data()));
   return units;
 }
 
