@@ -26,11 +26,14 @@ struct LoadedPlugIn {
   CIPlugInStatus status;
   CFBundleRef bundle;
   CIPlugInRegistration* registration;
+  bool mappedBefore;  ///< somebody else loaded the executable, and unloads it
 };
 
 struct Loader {
-  std::mutex lock;
+  // Recursive: a registration object may ask for other plug-ins while it is asked itself.
+  std::recursive_mutex lock;
   std::vector<LoadedPlugIn> plugIns;
+  std::vector<std::string> underWay;  ///< paths of the plug-ins being loaded
 };
 
 // Never destroyed: what is loaded stays loaded until the process ends.
@@ -55,6 +58,17 @@ std::string RealPath(const std::string& path) {
 std::string FileName(const std::string& path) {
   const std::size_t slash = path.rfind('/');
   return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+/// Objects that the class records of the bundle's executable made and that still live.
+CFIndex LiveObjects(CFBundleRef bundle) {
+  CFIndex living = 0;
+  for (const Class record : ClassRegistry::Shared().All()) {
+    const CFBundleRef holder = CFBundleCopyBundleForCodeAddress(record->codeAddress());
+    if (holder == bundle) living += record->liveInstances();
+    CFRelease(holder);
+  }
+  return living;
 }
 
 struct ListedFilter {
@@ -158,6 +172,44 @@ CIPlugInRegistration* Start(CFBundleRef cfBundle, const std::vector<ListedFilter
   return registration;
 }
 
+/// Reads the description, then starts the plug-in; null with `status.error`.
+CIPlugInRegistration* Describe(CFBundleRef bundle, bool allowExecutableCode,
+                               CIPlugInStatus& status) {
+  NSDictionary* const info = CFBundleGetInfoDictionary(bundle);
+  if (NSString* const name = StringValue(info, CFSTR("CIPlugInDisplayName"))) {
+    status.displayName = Utf8(name);
+  }
+  status.version = Utf8(StringValue(info, CFSTR("CIPlugInVersion")));
+  const std::string principal = Utf8(StringValue(info, CFSTR("NSPrincipalClass")));
+  std::vector<ListedFilter> filters;
+  if (const CFStringRef broken = CFBundleCopyInfoDictionaryErrorText(bundle)) {
+    status.error = "its Info.plist cannot be read: " + TakeText(broken);
+    return nullptr;
+  }
+  if (principal.empty()) {
+    status.error = "its Info.plist names no registration class (NSPrincipalClass)";
+    return nullptr;
+  }
+  if (!ReadFilterList(info, filters, status.error)) return nullptr;
+  if (!allowExecutableCode) {
+    status.error = "it brings executable code, which the host does not allow";
+    return nullptr;
+  }
+  // Objects made on the way must be gone before the executable is.
+  const NSAutoreleasePool pool;
+  return Start(bundle, filters, principal, status);
+}
+
+/// Gives the bundle of a plug-in that did not start back.
+void Abandon(CFBundleRef bundle, bool mappedBefore) {
+  if (!mappedBefore) {
+    // Where an object outlived the attempt, its code must stay: the reference is kept for it.
+    if (LiveObjects(bundle) > 0) return;
+    CFBundleUnloadExecutable(bundle);
+  }
+  CFRelease(bundle);
+}
+
 bool Load(Loader& loader, const std::string& path, bool allowExecutableCode,
           CIPlugInStatus& status) {
   status = {};
@@ -169,45 +221,32 @@ bool Load(Loader& loader, const std::string& path, bool allowExecutableCode,
       return true;
     }
   }
+  if (std::find(loader.underWay.begin(), loader.underWay.end(), status.path) !=
+      loader.underWay.end()) {
+    status.error = "it is being loaded already";
+    return false;
+  }
   const CFURLRef url = CFURLCreateFromFileSystemRepresentation(
       kCFAllocatorDefault, reinterpret_cast<const UInt8*>(status.path.c_str()),
       static_cast<CFIndex>(status.path.size()), true);
   CFStringRef reason = nullptr;
-  const CFBundleRef bundle = CFBundleCreateWithErrorText(url, &reason);
+  const CFBundleRef bundle = url != nullptr ? CFBundleCreateWithErrorText(url, &reason) : nullptr;
   NSRelease(url);
   if (bundle == nullptr) {
-    status.error = "it is no bundle: " + TakeText(reason);
+    const std::string why = TakeText(reason);
+    status.error = "it is no bundle" + (why.empty() ? why : ": " + why);
     return false;
   }
-
-  NSDictionary* const info = CFBundleGetInfoDictionary(bundle);
-  if (NSString* const name = StringValue(info, CFSTR("CIPlugInDisplayName"))) {
-    status.displayName = Utf8(name);
-  }
-  status.version = Utf8(StringValue(info, CFSTR("CIPlugInVersion")));
-  const std::string principal = Utf8(StringValue(info, CFSTR("NSPrincipalClass")));
-  std::vector<ListedFilter> filters;
-  CIPlugInRegistration* registration = nullptr;
-  if (const CFStringRef broken = CFBundleCopyInfoDictionaryErrorText(bundle)) {
-    status.error = "its Info.plist cannot be read: " + TakeText(broken);
-  } else if (principal.empty()) {
-    status.error = "its Info.plist names no registration class (NSPrincipalClass)";
-  } else if (!ReadFilterList(info, filters, status.error)) {
-    // The error says what is missing.
-  } else if (!allowExecutableCode) {
-    status.error = "it brings executable code, which the host does not allow";
-  } else {
-    // Objects made on the way must be gone before the executable is.
-    const NSAutoreleasePool pool;
-    registration = Start(bundle, filters, principal, status);
-  }
+  const bool mappedBefore = CFBundleIsExecutableLoaded(bundle);
+  loader.underWay.push_back(status.path);
+  CIPlugInRegistration* const registration = Describe(bundle, allowExecutableCode, status);
+  loader.underWay.pop_back();
   if (registration == nullptr) {
-    CFBundleUnloadExecutable(bundle);
-    CFRelease(bundle);
+    Abandon(bundle, mappedBefore);
     return false;
   }
   status.loaded = true;
-  loader.plugIns.push_back({status, bundle, registration});
+  loader.plugIns.push_back({status, bundle, registration, mappedBefore});
   return true;
 }
 
@@ -265,21 +304,19 @@ bool CIPlugIn::unloadPlugIn(const std::string& path, std::string* error) {
     FilterRegistry& registry = FilterRegistry::Shared();
     // No filter can be made between the count and the removal.
     const std::lock_guard registryGuard(registry.lock());
-    CFIndex living = -1;  // The registration object is the loader's own.
-    const void* const code = found->registration->classRecord()->codeAddress();
-    for (const Class record : ClassRegistry::Shared().InModule(code)) {
-      living += record->liveInstances();
-    }
+    // The registration object is the loader's own.
+    const CFIndex living = LiveObjects(found->bundle) - 1;
     if (living > 0) {
       text = std::to_string(living) + (living == 1 ? " object" : " objects") + " of it still live";
       return false;
     }
     for (const std::string& name : found->status.filters) registry.Remove(name);
   }
-  found->registration->release();
-  CFBundleUnloadExecutable(found->bundle);
-  CFRelease(found->bundle);
+  const LoadedPlugIn gone = *found;
   loader.plugIns.erase(found);
+  gone.registration->release();
+  if (!gone.mappedBefore) CFBundleUnloadExecutable(gone.bundle);
+  CFRelease(gone.bundle);
   return true;
 }
 

@@ -48,7 +48,8 @@ class CIPlugIn {
 
   /// Loads the plug-in at a bundle's URL: reads its description, loads its executable, makes its
   /// registration object, asks it, and registers its filters if the answer is YES. After NO, or any
-  /// failure, nothing of it is registered and its executable is unloaded. Loading a loaded plug-in
+  /// failure, nothing of it is registered and its executable is unloaded (but stays where it was
+  /// loaded before, or objects of it live on). Loading a loaded plug-in
   /// is a success that does nothing. With `allowExecutableCode` false a plug-in with an executable
   /// is refused; every plug-in has one. `status` may be null.
   static bool loadPlugIn(CFURLRef url, bool allowExecutableCode, CIPlugInStatus* status = nullptr);

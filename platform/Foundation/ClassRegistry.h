@@ -19,6 +19,8 @@ class ClassRegistry {
   void Remove(Class record);
   /// The first registered under `name`, or null.
   Class Find(const std::string& name);
+  /// Every one.
+  std::vector<Class> All();
   /// Every one registered under `name`.
   std::vector<Class> All(const std::string& name);
   /// Every class of the module that contains `codeAddress`.

@@ -132,6 +132,11 @@ std::vector<Class> ClassRegistry::InModule(const void* codeAddress) {
   return found;
 }
 
+std::vector<Class> ClassRegistry::All() {
+  const std::lock_guard guard(lock_);
+  return records_;
+}
+
 std::vector<Class> ClassRegistry::All(const std::string& name) {
   const std::lock_guard guard(lock_);
   std::vector<Class> found;

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <thread>
@@ -172,6 +173,7 @@ TEST_F(CIPlugInTest, IncompleteDescriptionsAreRefused) {
 
 TEST_F(CIPlugInTest, BrokenBundlesAreRefused) {
   ExpectRefused(folder_ / "Missing.plugin", "no bundle");
+  ExpectRefused("", "no bundle");
   test::MakeBundleWithoutExecutable(folder_ / "Empty.plugin");
   ExpectRefused(folder_ / "Empty.plugin", "no bundle");
   test::MakeBrokenFolderBundle(folder_ / "Broken.plugin");
@@ -290,6 +292,51 @@ TEST_F(CIPlugInTest, LoadAllGoesThroughTheFoldersInOrder) {
   EXPECT_TRUE(results[3].loaded);
   EXPECT_EQ(Red(CIFilter::filterWithName(CFSTR("B"))), 40);
   EXPECT_EQ(CIPlugIn::loadAllPlugIns().size(), 4u);
+}
+
+TEST_F(CIPlugInTest, ARegistrationMayAskForOtherPlugIns) {
+  const fs::path folder = CIPlugIn::plugInFolders()[0];
+  test::MakeFolderBundle(folder / "Nested.plugin", LUMIVANE_TEST_PLUGIN_NESTED,
+                         test::PlugInPlist(test::FilterEntry("Outer", "CITestGenerator")));
+  test::MakeFolderBundle(folder / "Other.plugin", LUMIVANE_TEST_PLUGIN_YES,
+                         test::PlugInPlist(test::FilterEntry("Other", "CITestGenerator")));
+  CIPlugInStatus status;
+  ASSERT_TRUE(CIPlugIn::loadPlugIn((folder / "Nested.plugin").string(), &status)) << status.error;
+  EXPECT_THAT(AllFilters(), ElementsAre("Other", "Outer"));
+  EXPECT_EQ(CIPlugIn::loadedPlugIns().size(), 2u);
+}
+
+TEST_F(CIPlugInTest, CodeStaysWhereAnObjectOutlivesTheRefusal) {
+  const std::string path = Make("Keeps.plugin", LUMIVANE_TEST_PLUGIN_KEEPS, test::GoodPlist());
+  // In a process of its own: the code stays until that ends.
+  EXPECT_EXIT(
+      {
+        CIPlugInStatus status;
+        const bool loaded = CIPlugIn::loadPlugIn(path, &status);
+        const Class record = NSClassFromString(CFSTR("CITestGenerator"));
+        _exit(!loaded && test::IsMapped(Executable(path)) && record != nullptr &&
+                      record->liveInstances() == 1 && AllFilters().empty()
+                  ? 0
+                  : 1);
+      },
+      testing::ExitedWithCode(0), "");
+}
+
+TEST_F(CIPlugInTest, WhatSomebodyElseLoadedStaysLoaded) {
+  const std::string refused = Make("No.plugin", LUMIVANE_TEST_PLUGIN_NO, test::GoodPlist());
+  const std::string good = Make("Good.plugin", LUMIVANE_TEST_PLUGIN_YES, test::GoodPlist());
+  for (const std::string& path : {refused, good}) {
+    NSBundle* const bundle = NSBundle::bundleWithPath(NSString_stringWithUTF8String(path.c_str()));
+    ASSERT_TRUE(bundle->load());
+    EXPECT_EQ(CIPlugIn::loadPlugIn(path), path == good);
+    EXPECT_TRUE(bundle->isLoaded());
+    if (path == good) {
+      EXPECT_TRUE(CIPlugIn::unloadPlugIn(path));
+      EXPECT_TRUE(bundle->isLoaded());
+    }
+    CFBundleUnloadExecutable(bundle->cfBundle());
+    EXPECT_FALSE(test::IsMapped(Executable(path)));
+  }
 }
 
 TEST_F(CIPlugInTest, FiltersOfSeveralThreadsDoNotMeet) {

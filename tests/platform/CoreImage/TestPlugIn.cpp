@@ -12,6 +12,18 @@ const UInt8 kPixels[16] = {255, kRed, 1, 2, 255, kRed, 3, 4, 255, kRed, 5, 6, 25
   throw 1;
 }
 
+/// Asks the loader for everything there is, this plug-in included.
+[[maybe_unused]] BOOL LoadOthers() {
+  CIPlugIn::loadAllPlugIns();
+  return YES;
+}
+
+/// Refuses, but leaves an object of this code behind.
+[[maybe_unused]] BOOL KeepAnObject() {
+  NSClassFromString(CFSTR("CITestGenerator"))->alloc();
+  return NO;
+}
+
 class CITestGenerator : public CIFilter {
  public:
   CITestGenerator() {
