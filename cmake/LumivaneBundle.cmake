@@ -13,6 +13,9 @@ function(lumivane_add_bundle target)
     PREFIX "" SUFFIX ""
     OUTPUT_NAME ${LUMIVANE_BUNDLE_EXECUTABLE}
     LIBRARY_OUTPUT_DIRECTORY ${contents}/Linux
+    # A bundle is copied as it is, and runs in a process that has the platform library: no path of
+    # the build folder goes along.
+    BUILD_WITH_INSTALL_RPATH ON
     LUMIVANE_BUNDLE ${B_DIRECTORY}/${B_NAME})
   if(B_PLIST)
     configure_file(${B_PLIST} ${contents}/Info.plist @ONLY)
