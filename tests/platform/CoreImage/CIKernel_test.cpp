@@ -12,6 +12,7 @@
 namespace {
 
 using lumivane::foundation::Utf8;
+using namespace std::string_literals;
 using testing::HasSubstr;
 
 NSArray* Compile(const std::string& source, CIKernelError* error = nullptr) {
@@ -228,8 +229,7 @@ TEST(CIKernel, RejectsWhatIsNoToken) {
   ExpectInvalid(InKernel("int i = 4294967296;"), 2, "32 bits");
   ExpectInvalid(InKernel("float switch = 1.0;"), 2, "reserved");
   ExpectInvalid(InKernel("float a__b = 1.0;"), 2, "underscores");
-  ExpectInvalid(std::string("kernel vec4 k() { \0 return vec4(1.0); }", 41), 1,
-                "unexpected character");
+  ExpectInvalid("kernel vec4 k() { \0 return vec4(1.0); }"s, 1, "unexpected character");
 }
 
 TEST(CIKernel, CountsEveryKindOfLineEnd) {
