@@ -86,6 +86,8 @@ CameraTrial TryCamera(const CameraPlace& place) {
   trial.version =
       Text(CFBundleGetValueForInfoDictionaryKey(bundle.get(), CFSTR("CFBundleShortVersionString")));
 
+  // A bundle has one executable for the whole process: one that the filter uses stays loaded.
+  const bool inUse = CFBundleIsExecutableLoaded(bundle.get());
   Held<CFStringRef> text;
   if (!CFBundleLoadExecutableWithErrorText(bundle.get(), text.out())) {
     trial.error = Text(text.get());
@@ -114,7 +116,7 @@ CameraTrial TryCamera(const CameraPlace& place) {
     } while (MonotonicSeconds() < end);
     if (!trial.hasFrame) trial.error = "it offered no frame within half a second";
   }
-  CFBundleUnloadExecutable(bundle.get());
+  if (!inUse) CFBundleUnloadExecutable(bundle.get());
   return trial;
 }
 

@@ -37,7 +37,7 @@ struct CameraTrial {
   std::string pixelFormat;  ///< "2vuy", else "ARGB"
 };
 
-/// Loads the component at `place`, asks it for frames, unloads it again.
+/// Loads the component at `place`, asks it for frames, and unloads it again unless it was loaded.
 CameraTrial TryCamera(const CameraPlace& place);
 
 /// Display name of the component that would be loaded now; empty when there is none.
