@@ -1,5 +1,7 @@
 #include "sdk/QClasses/QGWorld.h"
 
+#include <algorithm>
+
 #include "sdk/CoreX/CoreMachDebugLog.h"
 #include "sdk/QClasses/QPixMap.h"
 
@@ -15,6 +17,13 @@ void ThrowUnless(bool fOk) {
 
 QRect BoundsOfSize(const Point& size) {
   return QRect(0, 0, size.v, size.h);
+}
+
+/// What fills whole rows has to know where the memory ends: the last row's padding may lie behind
+/// the end of the map that an alias is laid over, `offset` bytes into it.
+void InheritKnownBytes(PixMapHandle alias, SInt64 knownBytes, SInt64 offset) {
+  const SInt64 left = std::min<SInt64>(knownBytes - offset, 0x7FFFFFFF);
+  (*alias)->knownBytes = left <= 0 ? -1 : static_cast<SInt32>(left);
 }
 
 }  // namespace
@@ -113,8 +122,13 @@ bool QGWorld::ConstructAlias(PixMapHandle hPixMap) {
   const QPoint size = QPixMap_Dimensions(hPixMap);
   const UInt32 pixelFormat = QPixMap_GetPixelFormat(hPixMap);
   bool fOk = false;
-  return VERIFY_TEXT(__LINE__, "fOk=ConstructAlias( pixmapBaseAddr, rowBytes, size, pixelFormat)",
-                     fOk = ConstructAlias(pixmapBaseAddr, rowBytes, size, pixelFormat));
+  const SInt64 knownBytes = QPixMap_KnownBytes(hPixMap);
+  if (!VERIFY_TEXT(__LINE__, "fOk=ConstructAlias( pixmapBaseAddr, rowBytes, size, pixelFormat)",
+                   fOk = ConstructAlias(pixmapBaseAddr, rowBytes, size, pixelFormat))) {
+    return false;
+  }
+  InheritKnownBytes(GetPixMap(), knownBytes, 0);
+  return true;
 }
 
 bool QGWorld::ConstructAlias(const QGWorld& inAliasThisWorld) {
@@ -127,10 +141,14 @@ bool QGWorld::ConstructAlias(const QGWorld& inAliasThisWorld) {
   const SInt32 rowBytes = QPixMap_GetRowBytes(hPixMap);
   const UInt32 pixelFormat = inAliasThisWorld.GetPixelFormat();
   bool fOk = false;
-  return VERIFY_TEXT(
-      __LINE__,
-      "fOk = ConstructAlias(pixelData,rowBytes, inAliasThisWorld.Dimensions(), pixelFormat )",
-      fOk = ConstructAlias(pixelData, rowBytes, inAliasThisWorld.Dimensions(), pixelFormat));
+  if (!VERIFY_TEXT(
+          __LINE__,
+          "fOk = ConstructAlias(pixelData,rowBytes, inAliasThisWorld.Dimensions(), pixelFormat )",
+          fOk = ConstructAlias(pixelData, rowBytes, inAliasThisWorld.Dimensions(), pixelFormat))) {
+    return false;
+  }
+  InheritKnownBytes(GetPixMap(), QPixMap_KnownBytes(hPixMap), 0);
+  return true;
 }
 
 bool QGWorld::ConstructAliasOverRect(const QGWorld& inAliasThisWorld, const QRect& aliasThisArea) {
@@ -152,11 +170,8 @@ bool QGWorld::ConstructAliasOverRect(const QGWorld& inAliasThisWorld, const QRec
           fOk = ConstructAlias(pixelData, rowBytes, aliasThisArea.Dimensions(), pixelFormat))) {
     return false;
   }
-  // The last row's padding may lie behind the parent's end: what fills whole rows has to know.
   const SInt64 offset = static_cast<SInt64>(aliasThisArea.top) * rowBytes + aliasThisArea.left * 4;
-  const SInt64 left = QPixMap_KnownBytes(hPixMap) - offset;
-  (*GetPixMap())->knownBytes =
-      left <= 0 ? -1 : static_cast<SInt32>(left > 0x7FFFFFFF ? 0x7FFFFFFF : left);
+  InheritKnownBytes(GetPixMap(), QPixMap_KnownBytes(hPixMap), offset);
   return true;
 }
 
