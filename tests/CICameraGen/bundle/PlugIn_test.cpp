@@ -18,6 +18,7 @@
 #include "components/testpattern/pattern.h"
 #include "platform/CoreServices/MacMemory.h"
 #include "platform/QuickTime/QuickTime.h"
+#include "sdk/CoreX/CoreMachDebugLog.h"
 #include "tests/CICameraGen/bundle/LoadedPlugIn.h"
 #include "tests/support/ProcessState.h"
 
@@ -206,6 +207,22 @@ class PlugInLog : public test::LoadedPlugIn {
     Unload();
   }
 };
+
+TEST_F(PlugInLog, IsThePlugInsOwnWhateverTheHostDoesWithItsToolkit) {
+  fs::create_directories(test::LogsFolder());
+  CoreMachDebugLogSetUseLogger(kCoreLogToSyslog);
+  const char* const hostsName = g_CoreMachDebug_LogFileName;
+  g_CoreMachDebug_LogFileName = "Host.log";
+  Load();
+  CILumivaneInput* const filter = NewFilter();
+  Dispose(filter);
+  Unload();
+  g_CoreMachDebug_LogFileName = hostsName;
+  CoreMachDebugLogSetUseLogger(kCoreLogToFile);
+  const std::string log = test::ReadFile(test::LogsFolder() / "CILumivaneInput.log");
+  EXPECT_NE(log.find(test::FolderMissingLine()), std::string::npos);
+  EXPECT_FALSE(fs::exists(test::LogsFolder() / "Host.log"));
+}
 
 TEST_F(PlugInLog, AMissingFolderChangesNothingElseAndIsNotMade) {
   RunThroughFailures();
