@@ -13,9 +13,11 @@
 #include "platform/CoreServices/FileSpecs.h"
 #include "platform/CoreServices/Files.h"
 
+/// The head of a record, big-endian like all that follows it: read it with GetAliasUserType and
+/// GetAliasSize.
 struct AliasRecord {
   OSType userType;   ///< the application's own use
-  UInt16 aliasSize;  ///< the record's bytes, this head included; big-endian like all that follows
+  UInt16 aliasSize;  ///< the record's bytes, this head included
 };
 using AliasPtr = AliasRecord*;
 using AliasHandle = AliasPtr*;
@@ -38,6 +40,8 @@ OSErr FSResolveAlias(const FSRef* fromFile, AliasHandle alias, FSRef* target, Bo
 OSErr FSUpdateAlias(const FSRef* fromFile, const FSRef* target, AliasHandle alias,
                     Boolean* wasChanged);
 
+/// The same with specifications. NewAlias makes a record of a missing target in an existing folder,
+/// too, and says fnfErr then.
 OSErr NewAlias(const FSSpec* fromFile, const FSSpec* target, AliasHandle* alias);
 OSErr NewAliasMinimal(const FSSpec* target, AliasHandle* alias);
 /// fnfErr with `target` naming the missing object when only its last part is missing.

@@ -348,6 +348,18 @@ int LocateChild(const Located& folder, const std::string& name, Located* child) 
   return 0;
 }
 
+int LocateByIdentity(const Located& folder, const Identity& object, Located* located) {
+  Descriptor fd = folder.Open(O_PATH | O_DIRECTORY);
+  if (!fd.IsOpen()) return errno;
+  std::string name;
+  ObjectLook look;
+  const int error = ScanFor(fd.get(), folder.look.identity, object, 0, &name, &look);
+  if (error != 0) return error;
+  Located found{std::move(fd), folder.look.identity, folder.Path(), name, look};
+  *located = std::move(found);
+  return 0;
+}
+
 bool LocateParent(const Located& located, Located* parent) {
   if (located.IsRoot()) return false;
   return LocateFolder(located.folderIdentity, parent);
@@ -360,7 +372,19 @@ bool LocateFolder(const Identity& identity, Located* located) {
   return FindIn(place->folder, place->name, NameHash(place->name), identity, located) == 0;
 }
 
-int LocatePath(const std::string& path, Located* located) {
+int LocatePath(const std::string& path, Located* located, bool followLeaf) {
+  if (!followLeaf) {
+    const std::size_t slash = path.rfind('/');
+    const std::string leaf = path.substr(slash + 1);
+    if (slash != std::string::npos && !leaf.empty() && leaf != "." && leaf != "..") {
+      Located folder;
+      const int error = LocatePath(slash == 0 ? "/" : path.substr(0, slash), &folder);
+      if (error != 0) return error;
+      const int lost = LocateChild(folder, leaf, located);
+      if (lost == 0) ReferenceOf(*located);
+      return lost;
+    }
+  }
   // A second round only when the path changes under the walk.
   for (int round = 0; round < 4; ++round) {
     const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr),

@@ -70,12 +70,15 @@ OSErr ResolveLocked(const FSRef* ref, Located* located);
 /// Finds the entry `name` of the folder of `folder`; 0 or an errno.
 int LocateChild(const Located& folder, const std::string& name, Located* child);
 
+/// Finds the object of this identity among a folder's entries; 0 or an errno.
+int LocateByIdentity(const Located& folder, const Identity& object, Located* located);
+
 /// Finds the folder that `located` lies in; false for the root folder.
 bool LocateParent(const Located& located, Located* parent);
 
-/// Finds `path`, links followed; 0 or an errno. Paths below "/Volumes/NAME" lead to the volume of
+/// Finds `path`, links followed but for its last part if `followLeaf` is false; 0 or an errno. Paths below "/Volumes/NAME" lead to the volume of
 /// that name where no such path exists.
-int LocatePath(const std::string& path, Located* located);
+int LocatePath(const std::string& path, Located* located, bool followLeaf = true);
 
 /// Finds a folder by its identity, if the table knows it.
 bool LocateFolder(const Identity& identity, Located* located);

@@ -291,6 +291,16 @@ OSErr OpenForkByReference(const FSRef* ref, bool isResourceFork, SInt8 permissio
   }
 }
 
+OSErr ReplaceResourceFork(FSIORefNum number, const void* bytes, UInt64 size) {
+  const std::shared_ptr<Fork> fork = ForkTable::Shared().Find(number);
+  if (!fork || !fork->isResource) return rfNumErr;
+  const std::lock_guard lock(fork->mutex);
+  if (fork->writing == Writing::kNo) return wrPermErr;
+  return ChangeResourceFork(fork->file, [&](UInt64) {
+    return std::optional(std::vector<SidePiece>{{From::kMemory, 0, bytes, size}});
+  });
+}
+
 }  // namespace lumivane::files
 
 using namespace lumivane::files;

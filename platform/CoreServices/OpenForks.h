@@ -12,8 +12,10 @@ UInt16 OpenForkFlags(const Identity& object);
 /// Which fork a name means; errFSBadForkName for none.
 OSErr ForkOfName(UInt32 length, const UniChar* name, bool* isResourceFork);
 
-/// A number for a resource file that this layer opens over an open resource fork, and back.
 OSErr OpenForkByReference(const FSRef* ref, bool isResourceFork, SInt8 permissions,
                           FSIORefNum* number);
+
+/// Replaces an open resource fork's bytes, all in one step.
+OSErr ReplaceResourceFork(FSIORefNum number, const void* bytes, UInt64 size);
 
 }  // namespace lumivane::files

@@ -51,8 +51,9 @@ void FSCreateResFile(const FSRef* parentRef, UInt32 nameLength, const UniChar* n
                      FSSpec* newSpec);
 
 /// Open a resource file and make it the current one; -1 and ResError on failure: eofErr when there
-/// is no resource map, mapReadErr when it is broken, opWrErr when someone writes it. Opening a file
-/// again that is open with the same permission makes it current and gives its number.
+/// is no resource map, mapReadErr when it is broken, opWrErr when someone writes it. fsWrPerm reads
+/// too. Opening a file again that is open with as much permission makes it current and gives its
+/// number.
 ResFileRefNum FSpOpenResFile(const FSSpec* spec, SInt8 permission);
 ResFileRefNum FSOpenResFile(const FSRef* ref, SInt8 permission);
 ResFileRefNum HOpenResFile(SInt16 vRefNum, SInt32 dirID, ConstStr255Param fileName,
@@ -89,7 +90,7 @@ void Get1IndType(ResType* theType, SInt16 index);
 void SetResLoad(Boolean load);
 /// Reads a resource that has been got but not read.
 void LoadResource(Handle theResource);
-/// Gives back its memory; changes not written are lost.
+/// Gives back its memory. A changed resource, whose data would be lost, is not released.
 void ReleaseResource(Handle theResource);
 /// The handle becomes the caller's; the resource stays in the file. resAttrErr when it is changed.
 void DetachResource(Handle theResource);
@@ -104,8 +105,9 @@ void GetResInfo(Handle theResource, ResID* theID, ResType* theType, unsigned cha
 /// An empty or null name leaves the name. resAttrErr when protected.
 void SetResInfo(Handle theResource, ResID theID, ConstStr255Param name);
 
-/// The handle becomes a resource of the current file. addResFailed when it is empty or a resource
-/// already, when there is no current file, or when the file cannot hold more.
+/// The handle becomes a resource of the current file. addResFailed when it is null or a resource
+/// already, when there is no current file or it may not be written, or when it has a resource of
+/// this type and number: one of the two could never be got.
 void AddResource(Handle theData, ResType theType, ResID theID, ConstStr255Param name);
 void ChangedResource(Handle theResource);
 /// The resource leaves its file; the handle becomes the caller's. rmvResFailed when protected or
