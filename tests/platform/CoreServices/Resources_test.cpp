@@ -344,11 +344,11 @@ TEST_F(Resources, FullDiskKeepsTheFileOpenAndItsDataWhole) {
 
 TEST_F(Resources, MoreThanTheFormatHolds) {
   const SInt16 number = CreateAndOpen();
-  for (ResID id = 0; id < 6000; ++id) AddResource(NewData("d"), 'MANY', id, nullptr);
+  for (ResID id = 0; id < 5500; ++id) AddResource(NewData("d"), 'MANY', id, nullptr);
   ASSERT_EQ(ResError(), noErr);
   UpdateResFile(number);
   EXPECT_EQ(ResError(), dskFulErr);
-  for (ResID id = 0; id < 1000; ++id) {
+  for (ResID id = 0; id < 100; ++id) {
     Handle handle = Get1Resource('MANY', id);
     RemoveResource(handle);
     DisposeHandle(handle);
