@@ -142,7 +142,7 @@ OSErr Prepare(Sequence& sequence, ImageDescriptionHandle description, CGrafPtr p
   return error;
 }
 
-PixelBox BoxOf(const Rect& r) {
+FrameBox BoxOf(const Rect& r) {
   return {r.left, r.top, r.right, r.bottom};
 }
 
@@ -160,7 +160,7 @@ OSErr DrawFrame(const Sequence& sequence, const UInt8* data, SInt32 dataSize) {
                                 bounds.top,
                                 BoxOf(bounds)};
   if (destination.base == nullptr) return paramErr;
-  if (sequence.mask) destination.clip = Intersection(destination.clip, BoxOf(*sequence.mask));
+  if (sequence.mask) destination.clip = CommonBox(destination.clip, BoxOf(*sequence.mask));
   const SourcePicture picture{data,
                               static_cast<std::size_t>(dataSize),
                               sequence.width,

@@ -92,9 +92,9 @@ bool IsWholeTranslation(const MatrixRecord& matrix) {
 
 void DrawTranslated(RowConverter& rows, const SourcePicture& picture, SInt32 dh, SInt32 dv,
                     const DestinationRaster& destination) {
-  const PixelBox& clip = destination.clip;
-  const PixelBox wanted{clip.left - dh, clip.top - dv, clip.right - dh, clip.bottom - dv};
-  const PixelBox part = Intersection(picture.part, wanted);
+  const FrameBox& clip = destination.clip;
+  const FrameBox wanted{clip.left - dh, clip.top - dv, clip.right - dh, clip.bottom - dv};
+  const FrameBox part = CommonBox(picture.part, wanted);
   const SInt32 bottom = std::min(part.bottom, rows.rowsThere());
   if (part.left >= part.right) return;
   for (SInt32 y = part.top; y < bottom; ++y) {
@@ -105,7 +105,7 @@ void DrawTranslated(RowConverter& rows, const SourcePicture& picture, SInt32 dh,
 /// The part of the source, converted, and its bilinear samples.
 class ConvertedPart {
  public:
-  ConvertedPart(RowConverter& rows, const PixelBox& part, std::size_t pixelBytes)
+  ConvertedPart(RowConverter& rows, const FrameBox& part, std::size_t pixelBytes)
       : part_(part), pixelBytes_(pixelBytes) {
     bottomThere_ = std::clamp(rows.rowsThere(), part.top, part.bottom);
     rowBytes_ = static_cast<std::size_t>(part.right - part.left) * pixelBytes;
@@ -153,7 +153,7 @@ class ConvertedPart {
     return pixels_.data() + static_cast<std::size_t>(y - part_.top) * rowBytes_;
   }
 
-  PixelBox part_;
+  FrameBox part_;
   std::size_t pixelBytes_;
   std::size_t rowBytes_ = 0;
   SInt32 bottomThere_ = 0;
@@ -161,8 +161,8 @@ class ConvertedPart {
 };
 
 /// The pixels of the clip that the transformed part can reach. A perspective reaches anything.
-PixelBox ReachOf(const PixelBox& part, const MatrixRecord& record, const DoubleMatrix& matrix,
-                 const PixelBox& clip) {
+FrameBox ReachOf(const FrameBox& part, const MatrixRecord& record, const DoubleMatrix& matrix,
+                 const FrameBox& clip) {
   if (GetMatrixType(&record) == perspectiveMatrixType) return clip;
   double low[2] = {1e300, 1e300};
   double high[2] = {-1e300, -1e300};
@@ -177,9 +177,9 @@ PixelBox ReachOf(const PixelBox& part, const MatrixRecord& record, const DoubleM
     }
   }
   const auto pixel = [](double value) { return static_cast<SInt32>(std::clamp(value, -1e9, 1e9)); };
-  const PixelBox box{pixel(std::floor(low[0])), pixel(std::floor(low[1])),
+  const FrameBox box{pixel(std::floor(low[0])), pixel(std::floor(low[1])),
                      pixel(std::ceil(high[0])), pixel(std::ceil(high[1]))};
-  return Intersection(box, clip);
+  return CommonBox(box, clip);
 }
 
 OSErr DrawTransformed(RowConverter& rows, const SourcePicture& picture, const MatrixRecord& record,
@@ -187,7 +187,7 @@ OSErr DrawTransformed(RowConverter& rows, const SourcePicture& picture, const Ma
   const DoubleMatrix matrix = ToDouble(record);
   DoubleMatrix inverse;
   if (!Invert(matrix, &inverse)) return matrixErr;
-  const PixelBox reach = ReachOf(picture.part, record, matrix, destination.clip);
+  const FrameBox reach = ReachOf(picture.part, record, matrix, destination.clip);
   if (reach.empty() || picture.part.empty()) return noErr;
   const ConvertedPart part(rows, picture.part, destination.pixelBytes);
   for (SInt32 v = reach.top; v < reach.bottom; ++v) {
@@ -202,7 +202,7 @@ OSErr DrawTransformed(RowConverter& rows, const SourcePicture& picture, const Ma
 
 }  // namespace
 
-PixelBox Intersection(const PixelBox& a, const PixelBox& b) {
+FrameBox CommonBox(const FrameBox& a, const FrameBox& b) {
   return {std::max(a.left, b.left), std::max(a.top, b.top), std::min(a.right, b.right),
           std::min(a.bottom, b.bottom)};
 }

@@ -7,14 +7,14 @@
 #include "platform/QuickTime/MatrixMath.h"
 
 /// Half-open box of pixels.
-struct PixelBox {
+struct FrameBox {
   SInt32 left;
   SInt32 top;
   SInt32 right;
   SInt32 bottom;
   bool empty() const { return left >= right || top >= bottom; }
 };
-PixelBox Intersection(const PixelBox& a, const PixelBox& b);
+FrameBox CommonBox(const FrameBox& a, const FrameBox& b);
 
 /// One picture's data.
 struct SourcePicture {
@@ -23,7 +23,7 @@ struct SourcePicture {
   SInt32 width;
   SInt32 height;
   std::size_t rowBytes;
-  PixelBox part;  ///< what to use of it, inside its bounds
+  FrameBox part;  ///< what to use of it, inside its bounds
 };
 
 /// Where it goes: `base` is the pixel at (originH, originV) of the port's coordinates.
@@ -33,7 +33,7 @@ struct DestinationRaster {
   std::size_t pixelBytes;
   SInt32 originH;
   SInt32 originV;
-  PixelBox clip;  ///< in the port's coordinates, inside its bounds
+  FrameBox clip;  ///< in the port's coordinates, inside its bounds
 };
 
 /// Bytes of the last row that a picture of this width needs, with rows `rowBytes` apart: whole

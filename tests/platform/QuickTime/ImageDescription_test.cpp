@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -168,6 +169,47 @@ TEST_F(ImageDescriptions, DamagedListsEndWhereTheDamageStarts) {
   OSErr error = noErr;
   Get('good', 1, &error);
   EXPECT_EQ(error, codecExtensionNotFoundErr);
+}
+
+TEST_F(ImageDescriptions, RandomListsAreWalkedWithinTheirBlock) {
+  std::mt19937 random(5);
+  int found = 0;
+  for (int round = 0; round < 3000; ++round) {
+    const auto h = reinterpret_cast<Handle>(description_);
+    const Size size = static_cast<Size>(86 + random() % 60);
+    SetHandleSize(h, size);
+    // Headers one behind the other; a fifth of the sizes are wrong in some way.
+    std::memset(*h + 86, 0, static_cast<std::size_t>(size - 86));
+    for (Size at = 86; at + 8 <= size;) {
+      const UInt32 atom = random() % 5 == 0 ? static_cast<UInt32>(random() % 300)
+                                            : static_cast<UInt32>(8 + random() % 12);
+      (*h)[at + 2] = static_cast<char>(atom >> 8);
+      (*h)[at + 3] = static_cast<char>(atom);
+      (*h)[at + 7] = static_cast<char>(1 + random() % 3);
+      at += static_cast<Size>(atom == 0 ? 1 : atom);
+    }
+    (*description_)->idSize = static_cast<SInt32>(86 + random() % 80) - (round % 50 == 0 ? 86 : 0);
+    int seen = 0;
+    SInt32 type = 0;
+    while (GetNextImageDescriptionExtensionType(description_, &type) == noErr && type != 0) {
+      ASSERT_LE(++seen, 8) << "no more atoms than headers fit";
+      SInt32 count = 0;
+      ASSERT_EQ(CountImageDescriptionExtensionType(description_, type, &count), noErr);
+      ASSERT_GE(count, 1);
+      OSErr error = noErr;
+      EXPECT_LE(Get(type, count, &error).size(), 60u);
+      ASSERT_EQ(error, noErr);
+    }
+    found += seen;
+    if (seen > 0 && round % 3 == 0) {
+      GetNextImageDescriptionExtensionType(description_, &type);
+      const SInt32 before = (*description_)->idSize;
+      EXPECT_EQ(RemoveImageDescriptionExtension(description_, type, 1), noErr);
+      EXPECT_LT((*description_)->idSize, before);
+    }
+  }
+  EXPECT_GT(found, 1000) << "the lists are not all broken";
+  (*description_)->idSize = 86;
 }
 
 TEST_F(ImageDescriptions, BadArguments) {
