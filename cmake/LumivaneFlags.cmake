@@ -40,7 +40,10 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
 endif()
 
 if(LUMIVANE_SANITIZE)
-  set(LUMIVANE_SANITIZE_FLAGS -fsanitize=${LUMIVANE_SANITIZE} -fno-omit-frame-pointer -g -O1)
+  # Line tables are all a report needs. The checks are in the code under test: test programs, which
+  # are many and large, are not optimised here, for their compilation's sake.
+  set(LUMIVANE_SANITIZE_FLAGS -fsanitize=${LUMIVANE_SANITIZE} -fno-omit-frame-pointer -g1
+      $<IF:$<BOOL:$<TARGET_PROPERTY:LUMIVANE_TEST>>,-O0,-O1>)
   if(LUMIVANE_SANITIZE MATCHES "undefined")
     list(APPEND LUMIVANE_SANITIZE_FLAGS -fno-sanitize-recover=undefined)
   endif()

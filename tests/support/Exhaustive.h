@@ -1,0 +1,14 @@
+// How densely a test walks a domain that it could walk whole.
+#pragma once
+
+namespace test {
+
+/// 1: every value. Under a sanitizer, which makes each step many times slower, every 7th along one
+/// axis: what it looks for does not depend on the values.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+inline constexpr int kDomainStep = 7;
+#else
+inline constexpr int kDomainStep = 1;
+#endif
+
+}  // namespace test
