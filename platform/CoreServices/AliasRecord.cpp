@@ -163,6 +163,11 @@ bool ParseAliasRecord(const UInt8* bytes, std::size_t size, AliasInfo* info) {
   parsed.userType = Get32(bytes);
   parsed.isFolder = Get16(bytes + 8) != 0;
   parsed.volumeName = NameFromMacRoman(Text(bytes + 11, bytes[10]));
+  // A name that no volume here can have leads nowhere; its Unicode form may still be good.
+  const HFSUniStr255 units = UnitsOfName(parsed.volumeName);
+  if (NameFromUnits(units.length, units.unicode, NameUse::kFind, &parsed.volumeName) != noErr) {
+    parsed.volumeName.clear();
+  }
   parsed.volumeDate = static_cast<UInt64>(Get32(bytes + 38)) << 16;
   parsed.folderNumber = Get32(bytes + 46);
   parsed.shortName = Text(bytes + 51, bytes[50]);
