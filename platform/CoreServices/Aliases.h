@@ -40,7 +40,7 @@ OSErr FSResolveAlias(const FSRef* fromFile, AliasHandle alias, FSRef* target, Bo
 OSErr FSUpdateAlias(const FSRef* fromFile, const FSRef* target, AliasHandle alias,
                     Boolean* wasChanged);
 
-/// The same with specifications. NewAlias makes a record of a missing target in an existing folder,
+/// The same with file specs. NewAlias makes a record of a missing target in an existing folder,
 /// too, and says fnfErr then.
 OSErr NewAlias(const FSSpec* fromFile, const FSSpec* target, AliasHandle* alias);
 OSErr NewAliasMinimal(const FSSpec* target, AliasHandle* alias);

@@ -76,8 +76,8 @@ int LocateByIdentity(const Located& folder, const Identity& object, Located* loc
 /// Finds the folder that `located` lies in; false for the root folder.
 bool LocateParent(const Located& located, Located* parent);
 
-/// Finds `path`, links followed but for its last part if `followLeaf` is false; 0 or an errno. Paths below "/Volumes/NAME" lead to the volume of
-/// that name where no such path exists.
+/// Finds `path`, links followed but for its last part if `followLeaf` is false; 0 or an errno.
+/// Paths below "/Volumes/NAME" lead to the volume of that name where no such path exists.
 int LocatePath(const std::string& path, Located* located, bool followLeaf = true);
 
 /// Finds a folder by its identity, if the table knows it.

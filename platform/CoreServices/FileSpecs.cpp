@@ -18,7 +18,7 @@ namespace lumivane::files {
 
 namespace {
 
-/// What a specification leads to: an object, or a name in a folder that has none of it.
+/// What a file spec leads to: an object, or a name in a folder that has none of it.
 struct Found {
   bool exists = false;
   Located object;
@@ -157,7 +157,7 @@ OSErr FindText(SInt16 vRefNum, SInt32 dirID, const std::string& text, Found* fou
   return Walk(std::move(folder), {parts.begin() + 1, parts.end()}, found);
 }
 
-/// What a specification names; its name is one name, whatever characters are in it.
+/// What a file spec names; its name is one name, whatever characters are in it.
 OSErr FindSpec(const FSSpec* spec, Found* found) {
   if (spec == nullptr) return paramErr;
   if (spec->name[0] > kSpecNameLength) return bdNamErr;
@@ -197,7 +197,7 @@ OSErr RefOfSpec(const FSSpec* spec, FSRef* ref) {
   return error;
 }
 
-/// The specification of a name that no object has yet; bdNamErr when Mac Roman cannot say it.
+/// The file spec of a name that no object has yet; bdNamErr when Mac Roman cannot say it.
 OSErr SpecOfMissing(const Located& folder, const std::string& name, FSSpec* spec) {
   std::string roman;
   if (!MacRomanOfName(name, &roman) || roman.size() > kSpecNameLength) return bdNamErr;

@@ -1,11 +1,11 @@
-// File specifications of the older kind: volume, folder number and Pascal name.
+// File specs of the older kind: volume, folder number and Pascal name.
 //
 // A volume's number is negative; 0 stands for the start-up volume. A folder's number is its node
 // number on the volume, 2 for the root folder; 1 is "above" it. Numbers are looked up among the
 // folders this process has met, then on the volume itself.
 //
 // Names are Mac Roman, up to 63 characters. An object whose name has more, or characters that Mac
-// Roman lacks, bears in a specification a name cut short, with '#' and its node number in
+// Roman lacks, bears in a file spec a name cut short, with '#' and its node number in
 // hexadecimal before the extension ("A long nam#1A2B.txt"), and is found again by it.
 #pragma once
 
@@ -26,10 +26,10 @@ enum : SInt32 {
 /// ScriptCodes that the calls below take; the Mac Roman names of this layer make no use of them.
 enum : ScriptCode { smRoman = 0, smSystemScript = -1, smCurrentScript = -2 };
 
-/// The specification of the object that volume, folder and name lead to. `fileName` may be empty
+/// The file spec of the object that volume, folder and name lead to. `fileName` may be empty
 /// or null (the folder itself), a name, a partial path (":a:b", "a:b" if `dirID` has an entry of
 /// this very name) or a full path ("Volume:a:b"); "::" goes up. A text that starts with '/' is a
-/// POSIX path in UTF-8. fnfErr when all but the last part exist: the specification is then that of
+/// POSIX path in UTF-8. fnfErr when all but the last part exist: the file spec is then that of
 /// the object to be made. dirNFErr when an earlier part is missing, nsvErr for an unknown volume,
 /// bdNamErr for a name that no object can have.
 OSErr FSMakeFSSpec(SInt16 vRefNum, SInt32 dirID, ConstStr255Param fileName, FSSpec* spec);
@@ -37,7 +37,7 @@ OSErr FSMakeFSSpec(SInt16 vRefNum, SInt32 dirID, ConstStr255Param fileName, FSSp
 /// The reference of an existing object; fnfErr when there is none.
 OSErr FSpMakeFSRef(const FSSpec* source, FSRef* newRef);
 
-/// The specification of a name in a folder, made short if need be; the object need not exist.
+/// The file spec of a name in a folder, made short if need be; the object need not exist.
 OSErr FSMakeFSSpecUnicode(const FSRef* parent, UInt32 nameLength, const UniChar* name,
                           FSSpec* spec);
 

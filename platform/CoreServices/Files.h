@@ -1,5 +1,5 @@
 // The File Manager over POSIX: references of objects, catalogue information, and creating,
-// renaming, moving and deleting objects. Forks are in FileForks.h, specifications of the older kind
+// renaming, moving and deleting objects. Forks are in FileForks.h, file specs
 // in FileSpecs.h, folders by purpose in Folders.h, Finder information in Finder.h; all are
 // included.
 //
@@ -166,7 +166,7 @@ OSStatus FSPathMakeRef(const UInt8* path, FSRef* ref, Boolean* isDirectory);
 OSErr FSCompareFSRefs(const FSRef* ref1, const FSRef* ref2);
 
 /// Reads what `whichInfo` names into `catalogInfo`, and, each if not null, the object's own name,
-/// its specification of the older kind and its folder's reference (all zero for the root folder).
+/// its file spec and its folder's reference (all zero for the root folder).
 /// With everything null it is the test whether `ref` still refers to an object.
 OSErr FSGetCatalogInfo(const FSRef* ref, FSCatalogInfoBitmap whichInfo, FSCatalogInfo* catalogInfo,
                        HFSUniStr255* outName, FSSpec* fsSpec, FSRef* parentRef);
@@ -211,9 +211,6 @@ OSErr FSMoveObject(const FSRef* ref, const FSRef* destDirectory, FSRef* newRef);
 /// Renames an object in its folder. dupFNErr when the name is taken.
 OSErr FSRenameUnicode(const FSRef* ref, UInt32 nameLength, const UniChar* name,
                       TextEncoding textEncodingHint, FSRef* newRef);
-/// Swaps the forks of two files of one volume: each reference afterwards finds the other's data
-/// under its own name.
-OSErr FSExchangeObjects(const FSRef* ref, const FSRef* destRef);
 
 using FSIterator = struct LumivaneFSIterator*;
 using FSIteratorFlags = UInt32;

@@ -1,4 +1,4 @@
-// Specifications of located objects, and the short names in them. Internal to the file layer.
+// File specs of located objects, and the short names in them. Internal to the file layer.
 #pragma once
 
 #include <string>
@@ -13,10 +13,10 @@ inline constexpr std::size_t kSpecNameLength = 63;
 
 FSSpec SpecOf(const Located& located);
 
-/// The Mac Roman name of an object in a specification, cut short with its number where need be.
+/// The Mac Roman name of an object in a file spec, cut short with its number where need be.
 std::string SpecNameOf(const std::string& name, UInt32 number);
 
-/// Finds the object that a name in a specification means, in `folder`; 0 or an errno.
+/// Finds the object that a name in a file spec means, in `folder`; 0 or an errno.
 int LocateBySpecName(const Located& folder, const std::string& specName, Located* located);
 
 /// Sets a Pascal string; what is longer than `room` - 1 is cut.

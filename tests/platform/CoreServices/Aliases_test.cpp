@@ -209,7 +209,7 @@ TEST_F(Aliases, ByNameOfWhatIsYetToCome) {
   CFRelease(path);
 }
 
-TEST_F(Aliases, Specifications) {
+TEST_F(Aliases, FileSpecs) {
   FSSpec from{};
   FSSpec target{};
   FSSpec found{};

@@ -22,15 +22,15 @@ std::string Printed(const std::string& format, Zero zero) {
 }
 
 /// What the C library prints for one conversion given a zero, a null or an empty text.
-std::string Oracle(const std::string& specification) {
-  const char kind = specification.back();
-  const bool isLongDouble = specification.find('L') != std::string::npos;
+std::string Oracle(const std::string& conversion) {
+  const char kind = conversion.back();
+  const bool isLongDouble = conversion.find('L') != std::string::npos;
   if (std::string("aAeEfFgG").find(kind) != std::string::npos) {
-    return isLongDouble ? Printed(specification, 0.0L) : Printed(specification, 0.0);
+    return isLongDouble ? Printed(conversion, 0.0L) : Printed(conversion, 0.0);
   }
-  if (kind == 's') return Printed(specification, "");
-  if (kind == 'p') return Printed(specification, static_cast<void*>(nullptr));
-  return Printed(specification, 0LL);
+  if (kind == 's') return Printed(conversion, "");
+  if (kind == 'p') return Printed(conversion, static_cast<void*>(nullptr));
+  return Printed(conversion, 0LL);
 }
 
 TEST(FormatWithoutArguments, CopiesTextWithoutConversions) {
