@@ -16,7 +16,7 @@ class ProbeModule {
  public:
   ProbeModule() {
     std::filesystem::copy_file(TEST_PROBE_MODULE, file());
-    handle_ = dlopen(file().c_str(), RTLD_LAZY | RTLD_LOCAL);
+    handle_ = dlopen(file().c_str(), RTLD_NOW | RTLD_LOCAL);
     if (handle_ == nullptr) throw std::runtime_error(dlerror());
   }
   ~ProbeModule() { Unload(); }
