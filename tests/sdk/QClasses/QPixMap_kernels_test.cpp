@@ -1,0 +1,224 @@
+#include "sdk/QClasses/QPixMap_kernels.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <random>
+#include <vector>
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+using QPixMapKernels::AvailableRowKernels;
+using QPixMapKernels::RowKernels;
+using QPixMapKernels::Tint;
+
+// The rules once more, one rounded step at a time.
+namespace oracle {
+
+std::uint8_t Grey(int r, int g, int b) {
+  const volatile double pb = 0.2126 * b;
+  const volatile double pr = 0.7152 * r;
+  const volatile double pg = 0.0722 * g;
+  const volatile double two = pb + pr;
+  const volatile double all = two + pg;
+  return std::uint8_t(int(all));
+}
+
+std::uint8_t Channel(double v) {
+  const float single = float(v);
+  if (single <= 0) return 0;
+  return std::uint8_t(std::min(255, int(single)));
+}
+
+void Duotone(std::uint8_t* argb, std::uint32_t color) {
+  const double tr = color & 255;
+  const double tg = (color >> 8) & 255;
+  const double tb = (color >> 16) & 255;
+  const float cr = float(0.439 * tr - 0.368 * tg - 0.071 * tb);
+  const float cb = float(-0.148 * tr - 0.291 * tg + 0.439 * tb);
+  const double r = argb[1];
+  const double g = argb[2];
+  const double b = argb[3];
+  if (r + g + b > 743) return;
+  const volatile float inner = float(0.257 * r + 0.504 * g + 0.098 * b);
+  const volatile double y = 1.164 * double(inner);
+  argb[1] = Channel(y + 1.596 * double(cr));
+  const volatile double less = y - 0.813 * double(cb);
+  argb[2] = Channel(less - 0.391 * double(cr));
+  argb[3] = Channel(y + 2.018 * double(cb));
+}
+
+std::uint8_t Blend(int a, double wa, int b, double wb) {
+  const volatile double pa = a * wa;
+  const volatile double pb = b * wb;
+  const volatile double sum = pa + pb;
+  if (!(std::fabs(sum) < 2147483648.0)) return 0;
+  return std::uint8_t(std::int64_t(sum) & 255);
+}
+
+}  // namespace oracle
+
+/// All 65,536 (G, B) of one R, with alphas that must stay.
+Bytes AllOfRed(int r) {
+  Bytes row(4 * 65536);
+  for (std::size_t i = 0; i < 65536; ++i) {
+    row[4 * i] = std::uint8_t(i * 7 + 3);
+    row[4 * i + 1] = std::uint8_t(r);
+    row[4 * i + 2] = std::uint8_t(i >> 8);
+    row[4 * i + 3] = std::uint8_t(i);
+  }
+  return row;
+}
+
+TEST(QPixMapKernels, GreyOverEveryColour) {
+  for (int r = 0; r < 256; ++r) {
+    const Bytes row = AllOfRed(r);
+    Bytes want = row;
+    for (std::size_t i = 0; i < want.size(); i += 4) {
+      want[i + 1] = want[i + 2] = want[i + 3] = oracle::Grey(row[i + 1], row[i + 2], row[i + 3]);
+    }
+    for (const RowKernels& k : AvailableRowKernels()) {
+      Bytes got = row;
+      k.grey(got.data(), 65536);
+      ASSERT_TRUE(got == want) << k.name << " r " << r;
+    }
+  }
+}
+
+TEST(QPixMapKernels, DuotoneOverEveryColour) {
+  const std::uint32_t color = 0x003060C0;
+  const Tint tint = QPixMapKernels::TintOfColor(color);
+  for (int r = 0; r < 256; ++r) {
+    const Bytes row = AllOfRed(r);
+    Bytes want = row;
+    for (std::size_t i = 0; i < want.size(); i += 4) oracle::Duotone(&want[i], color);
+    for (const RowKernels& k : AvailableRowKernels()) {
+      Bytes got = row;
+      k.duotone(got.data(), 65536, tint);
+      ASSERT_TRUE(got == want) << k.name << " r " << r;
+    }
+  }
+}
+
+TEST(QPixMapKernels, DuotoneOverManyTints) {
+  std::mt19937 engine(5);
+  Bytes row(4 * 1024);
+  for (std::uint8_t& b : row) b = std::uint8_t(engine());
+  for (std::uint32_t n = 0; n < 216; ++n) {
+    // The high byte is no part of the colour.
+    const std::uint32_t color = n % 6 * 51 | (n / 6 % 6 * 51) << 8 | (n / 36 * 51) << 16 | n << 24;
+    Bytes want = row;
+    for (std::size_t i = 0; i < want.size(); i += 4) oracle::Duotone(&want[i], color);
+    for (const RowKernels& k : AvailableRowKernels()) {
+      Bytes got = row;
+      k.duotone(got.data(), 1024, QPixMapKernels::TintOfColor(color));
+      ASSERT_TRUE(got == want) << k.name << " color " << color;
+    }
+  }
+}
+
+TEST(QPixMapKernels, DuotoneNearWhiteStartsAbove743) {
+  for (const RowKernels& k : AvailableRowKernels()) {
+    Bytes row;
+    for (int i = 0; i < 64; ++i) row.insert(row.end(), {9, 247, 248, 249, 9, 247, 248, 248});
+    const Bytes before = row;
+    k.duotone(row.data(), 128, QPixMapKernels::TintOfColor(0x0000FF));
+    for (std::size_t i = 0; i < row.size(); i += 8) {
+      EXPECT_TRUE(std::equal(&row[i], &row[i] + 4, &before[i])) << k.name << " a sum of 744 stays";
+      EXPECT_FALSE(std::equal(&row[i + 4], &row[i] + 8, &before[i + 4])) << k.name;
+    }
+  }
+}
+
+TEST(QPixMapKernels, LevelsOverEveryByteAndChannel) {
+  std::mt19937 engine(8);
+  std::uint8_t table[256];
+  for (std::uint8_t& t : table) t = std::uint8_t(engine());
+  Bytes row(4 * 256);
+  Bytes want(row.size());
+  for (std::size_t i = 0; i < 256; ++i) {
+    for (std::size_t c = 0; c < 4; ++c) {
+      row[4 * i + c] = std::uint8_t(i + 37 * c);
+      want[4 * i + c] = c == 0 ? row[4 * i] : table[row[4 * i + c]];
+    }
+  }
+  for (const RowKernels& k : AvailableRowKernels()) {
+    Bytes got = row;
+    k.levels(got.data(), 256, table);
+    EXPECT_EQ(got, want) << k.name;
+  }
+}
+
+TEST(QPixMapKernels, BlendOverEveryPairOfBytes) {
+  Bytes a(65536);
+  Bytes b(65536);
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    a[i] = std::uint8_t(i);
+    b[i] = std::uint8_t(i >> 8);
+  }
+  const double inf = std::numeric_limits<double>::infinity();
+  const std::pair<double, double> weights[] = {
+      {1, 0},      {0, 1},         {0.5, 0.5}, {1.0 / 3, 2.0 / 3}, {1, 1},
+      {-1, 0.25},  {2.7, -9},      {1e6, 3},   {-1e7, 1e7},        {8421504, 1},
+      {1e9, -1e9}, {1e300, 1e300}, {inf, 1},   {inf, -inf},        {1, std::nan("")}};
+  for (const auto& [wa, wb] : weights) {
+    Bytes want(a.size());
+    for (std::size_t i = 0; i < a.size(); ++i) want[i] = oracle::Blend(a[i], wa, b[i], wb);
+    for (const RowKernels& k : AvailableRowKernels()) {
+      Bytes got(a.size());
+      k.blend(got.data(), a.data(), wa, b.data(), wb, a.size() / 4);
+      EXPECT_TRUE(got == want) << k.name << " weights " << wa << ", " << wb;
+    }
+  }
+}
+
+TEST(QPixMapKernels, EveryWidthAtOddAddressesStaysInItsRow) {
+  std::mt19937 engine(13);
+  std::uint8_t table[256];
+  for (std::uint8_t& t : table) t = std::uint8_t(engine());
+  for (std::size_t width = 0; width <= 66; ++width) {
+    for (std::size_t offset = 0; offset < 4; ++offset) {
+      Bytes noise(64 + offset + 4 * width + 64);
+      for (std::uint8_t& b : noise) b = std::uint8_t(engine());
+      Bytes other(offset + 4 * width + 1);
+      for (std::uint8_t& b : other) b = std::uint8_t(engine());
+      const auto check = [&](const char* what, const auto& run) {
+        Bytes want = noise;
+        run(QPixMapKernels::kScalarRowKernels, want.data() + 64 + offset);
+        for (std::size_t i = 0; i < noise.size(); ++i) {
+          if (i >= 64 + offset && i < 64 + offset + 4 * width) continue;
+          ASSERT_EQ(want[i], noise[i]) << what;
+        }
+        for (const RowKernels& k : AvailableRowKernels()) {
+          Bytes got = noise;
+          run(k, got.data() + 64 + offset);
+          ASSERT_EQ(got, want) << what << ' ' << k.name << " width " << width;
+        }
+      };
+      check("grey", [&](const RowKernels& k, std::uint8_t* row) { k.grey(row, width); });
+      check("levels", [&](const RowKernels& k, std::uint8_t* row) { k.levels(row, width, table); });
+      check("duotone", [&](const RowKernels& k, std::uint8_t* row) {
+        k.duotone(row, width, {30.5f, -20.25f});
+      });
+      check("blend", [&](const RowKernels& k, std::uint8_t* row) {
+        k.blend(row, row, 0.7, other.data() + offset, 0.6, width);
+      });
+    }
+  }
+}
+
+TEST(QPixMapKernels, AFormCanBeSelectedByName) {
+  EXPECT_EQ(AvailableRowKernels().back().name, "scalar");
+  const std::string_view best = AvailableRowKernels().front().name;
+  EXPECT_EQ(QPixMapKernels::CurrentRowKernels().name, best);
+  EXPECT_TRUE(QPixMapKernels::SelectRowKernels("scalar"));
+  EXPECT_EQ(QPixMapKernels::CurrentRowKernels().name, "scalar");
+  EXPECT_FALSE(QPixMapKernels::SelectRowKernels("none of this name"));
+  EXPECT_EQ(QPixMapKernels::CurrentRowKernels().name, "scalar");
+  EXPECT_TRUE(QPixMapKernels::SelectRowKernels(best));
+}
+
+}  // namespace
