@@ -8,6 +8,8 @@
 #include <random>
 #include <vector>
 
+#include "tests/support/Exhaustive.h"
+
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
@@ -74,7 +76,7 @@ Bytes AllOfRed(int r) {
 }
 
 TEST(QPixMapKernels, GreyOverEveryColour) {
-  for (int r = 0; r < 256; ++r) {
+  for (int r = 0; r < 256; r += test::kDomainStep) {
     const Bytes row = AllOfRed(r);
     Bytes want = row;
     for (std::size_t i = 0; i < want.size(); i += 4) {
@@ -91,7 +93,7 @@ TEST(QPixMapKernels, GreyOverEveryColour) {
 TEST(QPixMapKernels, DuotoneOverEveryColour) {
   const std::uint32_t color = 0x003060C0;
   const Tint tint = QPixMapKernels::TintOfColor(color);
-  for (int r = 0; r < 256; ++r) {
+  for (int r = 0; r < 256; r += test::kDomainStep) {
     const Bytes row = AllOfRed(r);
     Bytes want = row;
     for (std::size_t i = 0; i < want.size(); i += 4) oracle::Duotone(&want[i], color);
