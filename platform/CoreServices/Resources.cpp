@@ -678,10 +678,8 @@ void AddResource(Handle theData, ResType theType, ResID theID, ConstStr255Param 
   const Call call;
   ResourceFile* file = call->Current();
   // The flag spares the search of what cannot be a resource.
-  const bool marked =
-      IsLoaded(theData) && (HGetState(theData) & (1 << kHandleResourceBit)) != 0;
-  const bool free =
-      IsLoaded(theData) && (!marked || call->FindHandle(theData, nullptr) == nullptr);
+  const bool marked = IsLoaded(theData) && (HGetState(theData) & (1 << kHandleResourceBit)) != 0;
+  const bool free = IsLoaded(theData) && (!marked || call->FindHandle(theData, nullptr) == nullptr);
   const bool taken =
       file != nullptr &&
       std::any_of(file->resources.begin(), file->resources.end(), [&](const auto& other) {

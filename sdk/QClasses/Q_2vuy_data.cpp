@@ -467,7 +467,8 @@ void Q_2vuy_data::WipePixelsFrom(const Q_2vuy_data& in_sourceA, const Q_2vuy_dat
   if (!VERIFY(FormatCompatible(in_sourceA)) || !VERIFY(FormatCompatible(in_sourceB))) return;
   const NormalFloat fraction(position);
   // Columns come in pairs, so the edge does too. NaN is no place: it counts as the left end.
-  const float pairs = static_cast<float>(_Width / 2) * fraction;
+  const int wholePairs = _Width / 2;
+  const float pairs = static_cast<float>(wholePairs) * fraction;
   const SInt16 split = pairs > 0 ? static_cast<SInt16>(Q_2vuy::Truncate(pairs) * 2) : SInt16{0};
   if (split <= 1) {
     CopyPixelsFrom(in_sourceA);
