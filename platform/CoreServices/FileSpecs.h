@@ -6,10 +6,12 @@
 //
 // Names are Mac Roman, up to 63 characters. An object whose name has more, or characters that Mac
 // Roman lacks, bears in a file spec a name cut short, with '#' and its node number in
-// hexadecimal before the extension ("A long nam#1A2B.txt"), and is found again by it.
+// hexadecimal before the extension ("A long nam#1A2B.txt"), and is found again by it. The calls'
+// script codes make no difference to that.
 #pragma once
 
 #include "platform/CoreServices/Files.h"
+#include "platform/CoreServices/Script.h"
 
 struct FSSpec {
   SInt16 vRefNum;
@@ -22,9 +24,6 @@ enum : SInt32 {
   fsRtParID = 1,  ///< the folder that a volume's root folder is said to lie in
   fsRtDirID = 2,  ///< a volume's root folder
 };
-
-/// ScriptCodes that the calls below take; the Mac Roman names of this layer make no use of them.
-enum : ScriptCode { smRoman = 0, smSystemScript = -1, smCurrentScript = -2 };
 
 /// The file spec of the object that volume, folder and name lead to. `fileName` may be empty
 /// or null (the folder itself), a name, a partial path (":a:b", "a:b" if `dirID` has an entry of
