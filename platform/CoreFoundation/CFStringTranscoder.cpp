@@ -245,6 +245,8 @@ bool DecodeHere(const EncodingInfo& info, std::span<const UInt8> bytes, bool lit
       return DecodeUTF32(bytes, little, out);
     case Scheme::kNonLossyASCII:
       return DecodeNonLossyASCII(bytes, out);
+    case Scheme::kTable:
+      return TableDecode(info, bytes, out);
     case Scheme::kLibrary:
       return LibraryDecode(info, bytes, out);
     default:
@@ -297,6 +299,7 @@ bool Decode(const EncodingInfo& info, std::span<const UInt8> bytes, bool externa
 Encoded Encode(const EncodingInfo& info, std::u16string_view text, UInt8 lossByte, bool external,
                std::size_t limit) {
   if (info.scheme == Scheme::kLibrary) return LibraryEncode(info, text, lossByte, limit);
+  if (info.scheme == Scheme::kTable) return TableEncode(info, text, lossByte, limit);
   Encoded result{0, {}};
   UInt8 form[12];
   const auto put = [&](std::size_t size) {
@@ -338,6 +341,8 @@ std::size_t MaximumSize(const EncodingInfo& info, std::size_t length) {
       return 4 * length;
     case Scheme::kNonLossyASCII:
       return 6 * length;
+    case Scheme::kTable:
+      return TableMaximumSize(info, length);
     case Scheme::kLibrary:
       return LibraryMaximumSize(info, length);
     default:

@@ -20,6 +20,7 @@ enum class Scheme {
   kLatin1,
   kNextStep,
   kNonLossyASCII,
+  kTable,   ///< by a table of our own
   kLibrary  ///< by the system's conversion library
 };
 
@@ -62,6 +63,12 @@ std::size_t MaximumSize(const EncodingInfo& info, std::size_t length);
 
 /// The NEXTSTEP encoding's characters from byte 0x80 on; 0 where it has none.
 extern const char16_t kNextStepHigh[128];
+
+// The tables' part.
+bool TableDecode(const EncodingInfo& info, std::span<const UInt8> bytes, std::u16string& out);
+Encoded TableEncode(const EncodingInfo& info, std::u16string_view text, UInt8 lossByte,
+                    std::size_t limit);
+std::size_t TableMaximumSize(const EncodingInfo& info, std::size_t length);
 
 // The library's part.
 bool LibraryHas(const EncodingInfo& info);

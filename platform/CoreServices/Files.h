@@ -11,6 +11,7 @@
 #include "platform/CoreFoundation/CFBase.h"
 #include "platform/CoreServices/Finder.h"
 #include "platform/CoreServices/MacTypes.h"
+#include "platform/CoreServices/TextCommon.h"
 
 /// Opaque reference of an existing object. 80 bytes, freely copied and compared with
 /// FSCompareFSRefs; owns nothing. All zero: refers to nothing.
@@ -149,8 +150,6 @@ struct FSCatalogInfo {
 };
 
 struct FSSpec;
-
-enum : TextEncoding { kTextEncodingMacUnicode = 0x7E, kTextEncodingUnknown = 0xFFFF };
 
 /// The object's absolute POSIX path, UTF-8 (exactly the bytes on disk), no trailing slash (but
 /// "/"), NUL-terminated, into `pathSize` bytes. pathTooLongErr when it does not fit.

@@ -50,6 +50,7 @@ enum : TextEncodingBase {
   kTextEncodingUnicodeV3_1 = 0x0105,
   kTextEncodingUnicodeV3_2 = 0x0106,
   kTextEncodingUnicodeV4_0 = 0x0108,
+  kTextEncodingUnknown = 0xFFFF,
 };
 
 enum : TextEncodingVariant {

@@ -67,6 +67,7 @@ class LHFSUnicodeName : public HFSUniStr255 {
 
   bool IsMarked() const;
   void MarkOverflow();
+  /// The unit after the name is a NUL that belongs to it: never so for 254 units and more.
   bool IsNullTerminated() const;
   bool IsValid() const { return IsMarked() && IsNullTerminated(); }
 
