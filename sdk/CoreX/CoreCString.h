@@ -19,7 +19,7 @@ class CoreCString {
   /// An empty text.
   CoreCString();
   // A copy of the text, in `minimum` bytes of capacity at least. A null text, and a deleted string,
-  // give an empty one; a null specification throws. Of a specification, its name.
+  // give an empty one; a null file spec throws. Of a file spec, its name.
   explicit CoreCString(const char* text, unsigned short minimum = 0);
   explicit CoreCString(const unsigned char* pascal, unsigned short minimum = 0);
   CoreCString(const CoreCString& other, unsigned short minimum = 0);

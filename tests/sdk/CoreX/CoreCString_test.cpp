@@ -92,7 +92,7 @@ TEST(CoreCString, NullTextsMakeEmptyOnes) {
   EXPECT_NIL(CoreCString(static_cast<const FSSpec*>(nullptr)));
 }
 
-TEST(CoreCString, TakesAFullSpecificationName) {
+TEST(CoreCString, TakesAFullFileSpecName) {
   EXPECT_EQ(CoreCString(SpecNamed(std::string(63, 'n'))).c_str(), std::string(63, 'n'));
   FSSpec broken = SpecNamed(std::string(63, 'n'));
   broken.name[0] = 200;  // claims more than it has
