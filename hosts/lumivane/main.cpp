@@ -7,6 +7,7 @@
 #include "hosts/lumivane/Commands.h"
 #include "hosts/lumivane/ExitCodes.h"
 #include "hosts/lumivane/HostStart.h"
+#include "hosts/lumivane/PictureCommands.h"
 
 namespace {
 
@@ -104,6 +105,9 @@ int main(int argc, char** argv) {
       ->type_name("BUNDLE");
   attr->add_flag("--json", attributes.json, "Print them as JSON");
   attr->callback([&] { result = RunAttributes(attributes); });
+
+  AddImageCommands(app, &result);
+  AddVideoCommands(app, &result);
 
   PrepareHost();
   try {

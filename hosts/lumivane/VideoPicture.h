@@ -1,0 +1,39 @@
+// Pictures as 4:2:2 video and back, by the toolkit's own conversions.
+#pragma once
+
+#include <string>
+
+#include "hosts/lumivane/PictureFile.h"
+#include "sdk/CoreG/namespace_CoreGraphics_BitmapContext.h"
+#include "sdk/QClasses/Q_2vuy_data.h"
+
+namespace lumivane {
+
+/// Bytes of a row of whole pairs of pixels.
+constexpr int VideoRowBytes(int width) {
+  return 2 * (width + width % 2);
+}
+
+/// A bitmap context with the picture's bytes; at an odd width its rows end with the last pixel once
+/// more. Alpha is not multiplied in: the conversions weigh with it themselves.
+bool MakeContext(const ArgbPicture& picture, CoreGraphics::BitmapContext& context);
+ArgbPicture PictureFrom(const CoreGraphics::BitmapContext& context);
+
+/// An empty '2vuy' frame.
+bool MakeVideo(int width, int height, Q_2vuy_buffer& video);
+/// The picture as Rec. 709 '2vuy', alpha ignored.
+bool MakeVideo(const ArgbPicture& picture, Q_2vuy_buffer& video);
+
+enum class VideoMatrix { k601 = 601, k709 = 709 };
+
+/// How video becomes RGB.
+struct VideoToRgb {
+  /// The toolkit's fast rule, which does not read Cr; else exactly, by `matrix`.
+  bool toolkitRule = false;
+  VideoMatrix matrix = VideoMatrix::k709;
+};
+
+/// Empty when the platform refuses.
+ArgbPicture PictureFrom(const Q_2vuy_data& video, const VideoToRgb& conversion);
+
+}  // namespace lumivane
