@@ -43,9 +43,10 @@ bool ReadTwo(const ImageOptions& options, VideoInput* a, VideoInput* b, std::str
                   error);
 }
 
-bool WriteVideo(const Q_2vuy_data& video, const ImageOptions& options, std::string* error) {
+bool WriteVideo(const Q_2vuy_data& video, int width, const ImageOptions& options,
+                std::string* error) {
   const VideoMatrix matrix = options.matrix == 601 ? VideoMatrix::k601 : VideoMatrix::k709;
-  ArgbPicture picture = PictureFrom(video, {options.toolkitRule, matrix});
+  ArgbPicture picture = PictureFrom(video, width, {options.toolkitRule, matrix});
   if (picture.empty()) {
     *error = "the video cannot be converted back; the log says why (`lumivane doctor`)";
     return false;
@@ -68,9 +69,11 @@ void SwapPairs(std::vector<std::uint8_t>* bytes) {
   for (std::size_t i = 0; i + 1 < bytes->size(); i += 2) std::swap((*bytes)[i], (*bytes)[i + 1]);
 }
 
+/// Checked by CheckPart: an odd right side is the picture's own, which the frame goes beyond.
 QRect RectOf(const std::array<int, 4>& part) {
   return QRect(static_cast<SInt16>(part[1]), static_cast<SInt16>(part[0]),
-               static_cast<SInt16>(part[1] + part[3]), static_cast<SInt16>(part[0] + part[2]));
+               static_cast<SInt16>(part[1] + part[3]),
+               static_cast<SInt16>(EvenWidth(part[0] + part[2])));
 }
 
 bool CheckPart(const char* name, const std::array<int, 4>& part, const VideoInput& frame,
@@ -101,16 +104,14 @@ bool WipeByMask(const VideoInput& a, const VideoInput& b, const ImageOptions& op
   // The luma of the mask as video, widened to the levels a mask has.
   Q_2vuy_buffer luma;
   CoreGraphics::MaskContext mask;
-  if (!MakeVideo(picture, luma) ||
-      !mask.Construct(a.width, a.height, CoreGraphics::BitmapContext::BitmapType_Device_Grey,
-                      static_cast<UInt32>(a.width + a.width % 2))) {
+  if (!MakeVideo(picture, luma) || !mask.Construct(EvenWidth(a.width), a.height)) {
     *error = kNoMemory;
     return false;
   }
   for (int y = 0; y < a.height; ++y) {
     const unsigned char* from = luma._PixelData + std::ptrdiff_t{y} * luma._RowBytes;
     unsigned char* const to = mask.QDGetStartOfScanline(y);
-    for (int x = 0; x < a.width + a.width % 2; ++x) {
+    for (int x = 0; x < EvenWidth(a.width); ++x) {
       const int level = ((from[2 * x + 1] - 16) * 255 + 109) / 218;
       to[x] = static_cast<unsigned char>(std::clamp(level, 0, 255));
     }
@@ -144,7 +145,7 @@ bool ImageFrom2vuy(const ImageOptions& options, std::string* error) {
     return false;
   }
   Q_2vuy_data source;
-  source._Width = static_cast<SInt16>(size.width);
+  source._Width = static_cast<SInt16>(EvenWidth(size.width));
   source._Height = static_cast<SInt16>(size.height);
   source._RowBytes = VideoRowBytes(size.width);
   source._PixelFormat = VideoFormatOf(options, name);
@@ -156,7 +157,7 @@ bool ImageFrom2vuy(const ImageOptions& options, std::string* error) {
     return false;
   }
   video.CopyPixelsFrom(source);
-  return WriteVideo(video, options, error);
+  return WriteVideo(video, size.width, options, error);
 }
 
 bool ImageFillVideo(const ImageOptions& options, std::string* error) {
@@ -168,7 +169,7 @@ bool ImageFillVideo(const ImageOptions& options, std::string* error) {
   video.CopyPixelsFromColor(static_cast<unsigned>(options.ycbcr[0]),
                             static_cast<unsigned>(options.ycbcr[1]),
                             static_cast<unsigned>(options.ycbcr[2]));
-  return WriteVideo(video, options, error);
+  return WriteVideo(video, options.size.width, options, error);
 }
 
 bool ImageFade(const ImageOptions& options, std::string* error) {
@@ -181,7 +182,7 @@ bool ImageFade(const ImageOptions& options, std::string* error) {
     return false;
   }
   result.CopyPixelsFrom(a.video, b.video, static_cast<float>(options.t));
-  return WriteVideo(result, options, error);
+  return WriteVideo(result, a.width, options, error);
 }
 
 bool ImageOver(const ImageOptions& options, std::string* error) {
@@ -198,7 +199,7 @@ bool ImageOver(const ImageOptions& options, std::string* error) {
     return false;
   }
   base.video.CopyPixelsFrom(context, true);
-  return WriteVideo(base.video, options, error);
+  return WriteVideo(base.video, base.width, options, error);
 }
 
 bool ImageWipe(const ImageOptions& options, std::string* error) {
@@ -227,7 +228,7 @@ bool ImageWipe(const ImageOptions& options, std::string* error) {
   } else {
     result.WipePixelsFrom(a.video, b.video, static_cast<float>(options.t));
   }
-  return WriteVideo(result, options, error);
+  return WriteVideo(result, a.width, options, error);
 }
 
 bool ImageEqualise(const ImageOptions& options, std::string* error) {
@@ -252,7 +253,7 @@ bool ImageEqualise(const ImageOptions& options, std::string* error) {
     }
     result.CopyPixelsFrom(next.video, identity, mapping);
   }
-  return WriteVideo(result, options, error);
+  return WriteVideo(result, first.width, options, error);
 }
 
 bool ImageLevels(const ImageOptions& options, std::string* error) {
@@ -278,7 +279,7 @@ bool ImageLevels(const ImageOptions& options, std::string* error) {
     clut[level] = static_cast<std::uint16_t>(std::clamp(mapped + 0.5F, 0.0F, 255.0F));
   }
   result.CopyPixelsFrom(input.video, clut);
-  return WriteVideo(result, options, error);
+  return WriteVideo(result, input.width, options, error);
 }
 
 }  // namespace lumivane

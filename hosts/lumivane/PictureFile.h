@@ -12,8 +12,8 @@
 
 namespace lumivane {
 
-/// Worlds and 4:2:2 frames have 16-bit sides.
-inline constexpr int kLargestPictureSide = 32767;
+/// Worlds and 4:2:2 frames have 16-bit sides, and 4:2:2 frames an even width.
+inline constexpr int kLargestPictureSide = 32766;
 
 /// 8-bit A, R, G, B, colours not multiplied with alpha, top row first. Rows have room for a whole
 /// pair of pixels at an odd width, as operations on pairs write one.

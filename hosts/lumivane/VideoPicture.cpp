@@ -10,7 +10,7 @@ namespace {
 
 Q_2vuy_format FormatOf(int width, int height) {
   Q_2vuy_format format;
-  format._Width = static_cast<SInt16>(width);
+  format._Width = static_cast<SInt16>(EvenWidth(width));
   format._Height = static_cast<SInt16>(height);
   format._RowBytes = VideoRowBytes(width);
   return format;
@@ -71,7 +71,7 @@ ArgbPicture Decompress(const Q_2vuy_data& video, VideoMatrix matrix) {
 }  // namespace
 
 bool MakeContext(const ArgbPicture& picture, CoreGraphics::BitmapContext& context) {
-  if (!context.Construct(picture.width, picture.height,
+  if (!context.Construct(EvenWidth(picture.width), picture.height,
                          CoreGraphics::BitmapContext::BitmapType_Device_ARGB,
                          static_cast<UInt32>(picture.rowBytes))) {
     return false;
@@ -117,16 +117,22 @@ bool MakeVideo(const ArgbPicture& picture, Q_2vuy_buffer& video) {
   return true;
 }
 
-ArgbPicture PictureFrom(const Q_2vuy_data& video, const VideoToRgb& conversion) {
-  if (!conversion.toolkitRule) return Decompress(video, conversion.matrix);
-  CoreGraphics::BitmapContext context;
-  const int width = video._Width;
-  if (!context.Construct(width, video._Height, CoreGraphics::BitmapContext::BitmapType_Device_ARGB,
-                         static_cast<UInt32>(4 * (width + width % 2))) ||
-      !video.CopyPixelsTo(context)) {
-    return {};
+ArgbPicture PictureFrom(const Q_2vuy_data& video, int width, const VideoToRgb& conversion) {
+  ArgbPicture picture;
+  if (conversion.toolkitRule) {
+    CoreGraphics::BitmapContext context;
+    if (!context.Construct(video._Width, video._Height,
+                           CoreGraphics::BitmapContext::BitmapType_Device_ARGB, 0) ||
+        !video.CopyPixelsTo(context)) {
+      return {};
+    }
+    picture = PictureFrom(context);
+  } else {
+    picture = Decompress(video, conversion.matrix);
   }
-  return PictureFrom(context);
+  // Rows have room for whole pairs at any width.
+  if (!picture.empty()) picture.width = width;
+  return picture;
 }
 
 }  // namespace lumivane

@@ -9,13 +9,18 @@
 
 namespace lumivane {
 
-/// Bytes of a row of whole pairs of pixels.
+// Video has whole pairs of pixels: at an odd width, frames and contexts here are one pixel wider,
+// which shows the last one once more, so that its chroma is whole.
+
+constexpr int EvenWidth(int width) {
+  return width + width % 2;
+}
 constexpr int VideoRowBytes(int width) {
-  return 2 * (width + width % 2);
+  return 2 * EvenWidth(width);
 }
 
-/// A bitmap context with the picture's bytes; at an odd width its rows end with the last pixel once
-/// more. Alpha is not multiplied in: the conversions weigh with it themselves.
+/// A bitmap context with the picture's bytes. Alpha is not multiplied in: the conversions weigh
+/// with it themselves.
 bool MakeContext(const ArgbPicture& picture, CoreGraphics::BitmapContext& context);
 ArgbPicture PictureFrom(const CoreGraphics::BitmapContext& context);
 
@@ -33,7 +38,7 @@ struct VideoToRgb {
   VideoMatrix matrix = VideoMatrix::k709;
 };
 
-/// Empty when the platform refuses.
-ArgbPicture PictureFrom(const Q_2vuy_data& video, const VideoToRgb& conversion);
+/// The first `width` columns. Empty when the platform refuses.
+ArgbPicture PictureFrom(const Q_2vuy_data& video, int width, const VideoToRgb& conversion);
 
 }  // namespace lumivane
