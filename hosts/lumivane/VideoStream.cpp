@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::size_t kLongestLine = 1024;
 constexpr int kLargestSide = 16384;
-constexpr std::uint64_t kLargestFrame = std::uint64_t{1} << 30;
+constexpr std::uint64_t kLargestFrame = std::uint64_t{1} << 29;
 
 struct ChromaKind {
   const char* name;

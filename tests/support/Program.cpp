@@ -1,6 +1,8 @@
 #include "tests/support/Program.h"
 
 #include <fcntl.h>
+#include <pthread.h>
+#include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -72,6 +74,11 @@ ProgramResult RunProgram(const std::vector<std::string>& arguments, const std::s
 
   ProgramResult result;
   std::thread feed([&] {
+    // A program that ends without reading everything is no reason to end the test.
+    sigset_t pipeSignal;
+    sigemptyset(&pipeSignal);
+    sigaddset(&pipeSignal, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &pipeSignal, nullptr);
     WriteAll(in.ends[1], input);
     in.CloseWrite();
   });
