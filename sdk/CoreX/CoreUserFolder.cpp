@@ -1,65 +1,8 @@
 #include "sdk/CoreX/CoreUserFolder.h"
 
-#include <algorithm>
-
 #include "platform/CoreServices/Files.h"
 #include "sdk/CoreX/CoreMachDebugLog.h"
-#include "sdk/CoreX/T_CFString.h"
-
-namespace {
-
-/// One folder in another, which may not exist yet.
-class NestedFolder {
- public:
-  bool Construct(const FSRef* parent, const char* name) {
-    mParent = *parent;
-    mName = name;
-    return bool_FSRef_IsValid(*parent);
-  }
-
-  bool IsFolder() const {
-    FSRef found;
-    FSCatalogInfo info;
-    return GetNormalizedRef(found) &&
-           FSGetCatalogInfo(&found, kFSCatInfoNodeFlags, &info, nullptr, nullptr, nullptr) ==
-               noErr &&
-           (info.nodeFlags & kFSNodeIsDirectoryMask) != 0;
-  }
-
-  bool CreateFolder() const {
-    HFSUniStr255 name;
-    return UnicodeName(name) &&
-           FSCreateDirectoryUnicode(&mParent, name.length, name.unicode, kFSCatInfoNone, nullptr,
-                                    nullptr, nullptr, nullptr) == noErr;
-  }
-
-  /// The reference of what bears the name in the parent.
-  bool GetNormalizedRef(FSRef& out) const {
-    if (mName[0] == '\0') {
-      out = mParent;
-      return true;
-    }
-    HFSUniStr255 name;
-    return UnicodeName(name) && FSMakeFSRefUnicode(&mParent, name.length, name.unicode,
-                                                   kTextEncodingUnknown, &out) == noErr;
-  }
-
- private:
-  /// False for a name that is no UTF-8, or longer than a file system's names are.
-  bool UnicodeName(HFSUniStr255& out) const {
-    const TCFString name(mName);
-    const CFIndex length = name.IsValid() ? name.strlen() : 0;
-    if (length < 1 || length > 255) return false;
-    out.length = static_cast<UInt16>(length);
-    CFStringGetCharacters(name, CFRangeMake(0, length), out.unicode);
-    return true;
-  }
-
-  FSRef mParent = {};
-  const char* mName = "";
-};
-
-}  // namespace
+#include "sdk/CoreX/LFSRef.h"
 
 CoreUserFolder::CoreUserFolder(const char* subFolderName, OSType folderType, SInt16 domain)
     : mSubFolderName(subFolderName), mFindFolderLocation(folderType), mFindFolderDomain(domain) {
@@ -99,11 +42,11 @@ bool CoreUserFolder::FSRefOfFoundFolder(FSRef& out_foundFolderRef, OSType inFind
                               &foundFolderRef)) != noErr) {
     return false;
   }
-  if (inSubFolderName == nullptr) {
+  if (inSubFolderName == nullptr || inSubFolderName[0] == '\0') {
     out_foundFolderRef = foundFolderRef;
     return true;
   }
-  NestedFolder nestedFolder;
+  LFSRef nestedFolder;
   if (!VERIFY(nestedFolder.Construct(&foundFolderRef, inSubFolderName))) return false;
   if (!nestedFolder.IsFolder() && !VERIFY(nestedFolder.CreateFolder())) return false;
   bool fOk = false;

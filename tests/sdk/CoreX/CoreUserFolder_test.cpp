@@ -32,6 +32,12 @@ std::string FindFolderLine(int error) {
       "sdk/CoreX/CoreUserFolder", 1, "FSRefOfFoundFolder"));
 }
 
+/// The line of the reference that was to create the subfolder.
+std::string CreateLine(int error) {
+  return test::AnyLineNumber(
+      test::VerifyErrLine(error, "err", "sdk/CoreX/LFSRef", 1, "CreateFolder"));
+}
+
 const std::string kGetFileRefLine =
     Line("FSRefOfFoundFolder(out_file_ref, mFindFolderLocation, mFindFolderDomain, mSubFolderName)",
          "GetFileRef");
@@ -125,21 +131,21 @@ TEST_F(CoreUserFolderTest, LogsAFileInTheSubfoldersPlace) {
   const std::string create = Line("nestedFolder.CreateFolder()", "FSRefOfFoundFolder");
   const std::string fileRef = Line("GetFileRef(foundFolderRef)", "GetURLRef");
   const CoreUserFolder folder("Sub", kQuickTimeComponentsFolderType, kUserDomain);
-  EXPECT_THAT(Logged(), ElementsAre(create, kGetFileRefLine,
+  EXPECT_THAT(Logged(), ElementsAre(CreateLine(dupFNErr), create, kGetFileRefLine,
                                     Line("GetFileRef(foundFolderRef)", "CoreUserFolder")));
   Forget();
   FSRef ref;
   EXPECT_FALSE(folder.GetFileRef(ref));
-  EXPECT_THAT(Logged(), ElementsAre(create, kGetFileRefLine));
+  EXPECT_THAT(Logged(), ElementsAre(CreateLine(dupFNErr), create, kGetFileRefLine));
   Forget();
   EXPECT_EQ(folder.GetURLRef(), nullptr);
-  EXPECT_THAT(Logged(), ElementsAre(create, kGetFileRefLine, fileRef));
+  EXPECT_THAT(Logged(), ElementsAre(CreateLine(dupFNErr), create, kGetFileRefLine, fileRef));
   Forget();
   CoreUnixPath path("/old");
   EXPECT_FALSE(folder.GetUnixPath(path));
   EXPECT_STREQ(path, "/old");
-  EXPECT_THAT(Logged(),
-              ElementsAre(create, kGetFileRefLine, fileRef, Line("urlRef", "GetUnixPath")));
+  EXPECT_THAT(Logged(), ElementsAre(CreateLine(dupFNErr), create, kGetFileRefLine, fileRef,
+                                    Line("urlRef", "GetUnixPath")));
   EXPECT_EQ(test::ReadFile(components() / "Sub"), "a file");
 }
 
@@ -159,7 +165,8 @@ TEST_F(CoreUserFolderTest, MakesNoFolderOfSeveralNames) {
   EXPECT_FALSE(
       CoreUserFolder::FSRefOfFoundFolder(ref, kQuickTimeComponentsFolderType, kUserDomain, "a/b"));
   EXPECT_TRUE(fs::is_empty(components()));
-  EXPECT_THAT(Logged(), ElementsAre(Line("nestedFolder.CreateFolder()", "FSRefOfFoundFolder")));
+  EXPECT_THAT(Logged(), ElementsAre(CreateLine(bdNamErr),
+                                    Line("nestedFolder.CreateFolder()", "FSRefOfFoundFolder")));
 }
 
 TEST_F(CoreUserFolderTest, MakesNoFolderOfANameThatCannotBe) {
