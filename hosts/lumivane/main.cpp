@@ -6,6 +6,7 @@
 
 #include "hosts/lumivane/Commands.h"
 #include "hosts/lumivane/ExitCodes.h"
+#include "hosts/lumivane/FileCommands.h"
 #include "hosts/lumivane/HostStart.h"
 #include "hosts/lumivane/PictureCommands.h"
 
@@ -106,6 +107,7 @@ int main(int argc, char** argv) {
   attr->add_flag("--json", attributes.json, "Print them as JSON");
   attr->callback([&] { result = RunAttributes(attributes); });
 
+  AddFileCommands(app, &result);
   AddImageCommands(app, &result);
   AddVideoCommands(app, &result);
 
