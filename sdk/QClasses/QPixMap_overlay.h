@@ -6,7 +6,13 @@
 namespace QPixMapOverlay {
 
 /// One byte of `dest` under one of `overlay`, `alpha` of it kept from the overlay.
-unsigned char Blend(unsigned char dest, unsigned char overlay, double alpha);
+inline unsigned char Blend(unsigned char dest, unsigned char overlay, double alpha) {
+  const double keep = 1 - alpha;
+  const double value = dest * keep + overlay * alpha;
+  // What no 32-bit integer holds truncates to the most negative one, so to 0 here.
+  if (!(value > -2147483649.0 && value < 2147483648.0)) return 0;
+  return static_cast<unsigned char>(std::clamp(static_cast<SInt32>(value), SInt32{0}, SInt32{255}));
+}
 
 /// `kDestBytes` 4: all four bytes blend; 3: the last three of the overlay's do.
 template <int kDestBytes>

@@ -182,9 +182,6 @@ bool MacPixMapFrameWorld::ConstructPtrAlias(const Rect& rect, void* pixels, SInt
 bool MacPixMapFrameWorld::ConstructFrameBufferAlias(XFrameBuffer& in_buffer) {
   if (!VERIFY(IsEmpty())) return false;
   const QRect rect = RectOfSize(in_buffer.Width, in_buffer.Height);
-  // Read first: the buffer may be a part of this very object's description.
-  const SInt64 lastRow = static_cast<SInt64>(in_buffer.Height - 1) * in_buffer.RowBytes;
-  const SInt64 bytes = lastRow + static_cast<SInt64>(in_buffer.Width) * kPelBytes;
   bool fOk = false;
   if (VERIFY_TEXT(
           __LINE__,
@@ -192,7 +189,9 @@ bool MacPixMapFrameWorld::ConstructFrameBufferAlias(XFrameBuffer& in_buffer) {
           "QuickTimeFourCharCodeFromPelFormat(in_buffer.PixelType) )",
           fOk = ConstructPtrAlias(rect, in_buffer.Pixels, in_buffer.RowBytes,
                                   QuickTimeFourCharCodeFromPelFormat(in_buffer.PixelType)))) {
-    LimitKnownBytes(GetPixMap(), bytes);
+    // The frame ends with its last pixel: nothing says that padding follows.
+    const SInt64 lastRow = static_cast<SInt64>(Height - 1) * RowBytes;
+    LimitKnownBytes(GetPixMap(), lastRow + static_cast<SInt64>(Width) * kPelBytes);
   }
   return fOk;
 }
