@@ -5,7 +5,7 @@
 // B, and nothing checks that they do: an operation takes a pixel map's bounds and row bytes for
 // what they are. No operation reads or writes outside the pixel map's memory (QPixMap_KnownBytes):
 // what a rule would do beyond its end is left out. Null handles, and pixel maps without pixels, do
-// nothing and give 0 where no other result is stated. Nothing is allocated.
+// nothing and give 0 where no other result is stated. No pixel memory is allocated.
 #pragma once
 
 #include "platform/CoreGraphics/CGContext.h"
