@@ -41,7 +41,8 @@ bool IsText(const EncodingInfo& info, std::span<const UInt8> bytes) {
 bool IsPartial(const EncodingInfo& info, std::span<const UInt8> bytes) {
   if (info.scheme == Scheme::kUTF16) return bytes.size() == 1 || bytes.size() == 2;
   if (info.scheme == Scheme::kUTF32) return bytes.size() < 4;
-  if (bytes.empty() || bytes.size() > 3) return false;
+  const std::size_t most = info.scheme == Scheme::kTable ? cftext::MaximumSize(info, 1) : 4;
+  if (bytes.empty() || bytes.size() >= most) return false;
   std::vector<UInt8> tried(bytes.begin(), bytes.end());
   tried.push_back(0);
   for (unsigned byte = 0x21; byte < 0x100; ++byte) {
