@@ -205,8 +205,10 @@ bool LFSSpec::GetJustName(HFSUniStr255& out) const {
 
 bool LFSSpec::FileRename(const char* in_name) {
   FSSpec renamed = *this;
-  if (!VERIFY(in_name) || !VERIFY(SetPascal(renamed.name, in_name)) ||
-                                            VERIFY_ERR(FSpRename(this, renamed.name)) != noErr) {
+  if (!VERIFY(in_name) ||
+              !VERIFY(Exists()) ||
+                      !VERIFY(SetPascal(renamed.name, in_name)) ||
+                                        VERIFY_ERR(FSpRename(this, renamed.name)) != noErr) {
     return false;
   }
   *this = renamed;
@@ -276,6 +278,7 @@ bool LFSSpec::GetFullPath_unix(CoreCString& out) const {
 }
 
 bool LFSSpec::GetUnixPath(std::string& out) const {
+  if (!VERIFY(name[0] != 0)) return false;
   const LFSRef ref(*this);
   return VERIFY(ref.GetUnixPath(out));
 }
@@ -437,7 +440,7 @@ bool LFSSpec::CreateFileWithResFork(OSType in_filetype, OSType in_creator) const
 }
 
 bool LFSSpec::FileDelete() const {
-  return VERIFY(!IsFolder()) && VERIFY_ERR(FSpDelete(this)) == noErr;
+  return VERIFY(FileExists()) && VERIFY_ERR(FSpDelete(this)) == noErr;
 }
 
 bool LFSSpec::FlushVolume() const {
@@ -477,11 +480,13 @@ bool LFSSpec::GetScriptCode(SInt16& out_script) const {
 }
 
 bool LFSSpec::GetCreationDateTime(UTCDateTime& out) const {
-  return VERIFY(LFSRef(*this).GetDateTimeCreated(out));
+  FSRef ref;
+  return GetFileRef(ref) && VERIFY(LFSRef(ref).GetDateTimeCreated(out));
 }
 
 bool LFSSpec::GetModificationDateTime(UTCDateTime& out) const {
-  return VERIFY(LFSRef(*this).GetDateTimeModified(out));
+  FSRef ref;
+  return GetFileRef(ref) && VERIFY(LFSRef(ref).GetDateTimeModified(out));
 }
 
 bool LFSSpec::ResolveAlias(AliasHandle alias, Boolean* wasChanged, const FSSpec* from) {

@@ -653,6 +653,48 @@ TEST_F(LFSRefTest, NeverUsesACutName) {
   EXPECT_TRUE(fits.CreateFile());
 }
 
+TEST_F(LFSRefTest, WorksOnFilesWithLongNames) {
+  for (const std::size_t length : {127, 128, 253, 254, 255}) {
+    SCOPED_TRACE(length);
+    const std::string name(length, 'n');
+    test::WriteFile(Path(name), "x");
+    LFSRef ref(RefOf(Path(name)));
+    EXPECT_TRUE(ref.Exists());
+    EXPECT_EQ(UnixPath(ref), Path(name));
+    // The side file's name has two characters more.
+    EXPECT_EQ(ref.SetFileTypeCreator('TEXT', 'ttxt'), length <= 253);
+    // Names of 254 units and more have no room for their end in the Unicode form.
+    LFSRef latent;
+    EXPECT_EQ(ref.GetLatentRef(latent), length <= 253);
+    if (length <= 253) {
+      EXPECT_EQ(UnixPath(latent), Path(name));
+      EXPECT_EQ(latent.Normalize(), length <= 127) << "a cut name finds nothing";
+    }
+    EXPECT_TRUE(ref.DeleteFile());
+    EXPECT_TRUE(fs::is_empty(folder()));
+  }
+}
+
+TEST_F(LFSRefTest, TellsComposedFromDecomposed) {
+  // Names are byte for byte what they are on disk.
+  LFSRef composed(Path("\xC3\xA9").c_str());
+  LFSRef decomposed(Path("e\xCC\x81").c_str());
+  EXPECT_TRUE(composed.CreateFile());
+  EXPECT_FALSE(decomposed.FileExists());
+  EXPECT_TRUE(decomposed.CreateFile());
+  EXPECT_FALSE(composed == decomposed);
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder()), {}), 2);
+}
+
+TEST_F(LFSRefTest, RefusesWhatIsNoUTF8) {
+  LFSRef ref(Path("\xFF\xFE").c_str());
+  EXPECT_FALSE(ref.Normalize());
+  EXPECT_FALSE(ref.CreateFile());
+  EXPECT_FALSE(LFSRef(RefOf(folder())).RenameFile("\xFF"));
+  EXPECT_TRUE(fs::is_empty(folder()));
+  EXPECT_EQ(UnixPath(ref), Path("\xFF\xFE")) << "the text is kept";
+}
+
 TEST_F(LFSRefTest, TellsWhenAndWhat) {
   test::WriteFile(Path("file"), "x");
   const LFSRef ref(Path("file").c_str());

@@ -101,6 +101,21 @@ TEST_F(LFSSpecTest, TakesPathsLongerThanAPascalString) {
   EXPECT_FALSE(LFSSpec(std::string(300, 'x').c_str()).Exists());
 }
 
+TEST_F(LFSSpecTest, NamesNothingWhenEmpty) {
+  LFSSpec none;
+  std::string path;
+  FSRef ref;
+  UTCDateTime date;
+  EXPECT_FALSE(none.Exists());
+  EXPECT_FALSE(none.IsFolder());
+  EXPECT_FALSE(none.GetUnixPath(path));
+  EXPECT_FALSE(none.GetFileRef(ref));
+  EXPECT_FALSE(none.GetCreationDateTime(date));
+  EXPECT_FALSE(none.GetModificationDateTime(date));
+  EXPECT_FALSE(none.FileRename("name"));
+  EXPECT_FALSE(none.FileDelete());
+}
+
 TEST_F(LFSSpecTest, GivesPathsInEveryNotation) {
   test::WriteFile(Path("file"), "x");
   fs::create_directory(Path("sub"));
