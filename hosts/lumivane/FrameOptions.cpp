@@ -77,8 +77,9 @@ void AddFrameVerbs(CLI::App* command, FrameOperation* operation,
       add("deinterlace", "Make two fields one progressive picture", FrameVerb::kDeinterlace);
   AddParsed<XFrameFilters>(
       deinterlace, "--method", &operation->filters, ParseDeinterlacing, "METHOD", "blend3",
-      "blend3: a vertical filter over three rows; blend2: the mean of each pair of rows; first, "
-      "second: that field's rows stay, the others are made of them")
+      "blend3: a vertical filter over three rows; blend2: the mean of each pair of rows; first: "
+      "rows 0, 2, 4 and so on stay, the others are made of them; second: the same with rows 1, 3, "
+      "5")
       ->default_str("blend3");
 
   CLI::App* const field = add("field", "Take one field: every second row", FrameVerb::kField);

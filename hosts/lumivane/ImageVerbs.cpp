@@ -3,10 +3,12 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <new>
 
 #include "hosts/lumivane/ExitCodes.h"
 #include "hosts/lumivane/VideoPicture.h"
 #include "nlohmann/json.hpp"
+#include "platform/ImageIO/ImageData.h"
 
 namespace lumivane {
 
@@ -100,7 +102,20 @@ bool ImageInfo(const ImageOptions& options, std::string* error) {
 
 int RunImage(ImageVerb verb, const ImageOptions& options) {
   std::string error;
-  if (verb(options, &error)) return kExitOk;
+  try {
+    bool fits = true;
+    for (const PictureSize& size : {options.size, options.frame.size}) {
+      if (static_cast<std::uint64_t>(size.width) * static_cast<std::uint64_t>(size.height) >
+          kImageIOMaxPixels) {
+        error = SizeText(size.width, size.height) + " is too large: a picture may have " +
+                std::to_string(kImageIOMaxPixels) + " pixels";
+        fits = false;
+      }
+    }
+    if (fits && verb(options, &error)) return kExitOk;
+  } catch (const std::bad_alloc&) {
+    error = "there is not enough memory for a picture of this size";
+  }
   std::fprintf(stderr, "lumivane: %s\n", error.c_str());
   return kExitFailed;
 }

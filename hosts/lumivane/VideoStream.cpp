@@ -18,6 +18,7 @@ namespace lumivane {
 namespace {
 
 constexpr std::size_t kLongestLine = 1024;
+constexpr std::size_t kBufferBytes = 1 << 16;
 constexpr int kLargestSide = 16384;
 constexpr std::uint64_t kLargestFrame = std::uint64_t{1} << 29;
 
@@ -215,7 +216,10 @@ VideoReader::~VideoReader() {
 bool VideoReader::Open(const std::string& path, std::string* error) {
   name_ = path == "-" ? "standard input" : path;
   file_ = path == "-" ? stdin : std::fopen(path.c_str(), "rbe");
-  if (file_ != nullptr) return true;
+  if (file_ != nullptr) {
+    std::setvbuf(file_, nullptr, _IOFBF, kBufferBytes);
+    return true;
+  }
   *error = name_ + " cannot be read: " + std::strerror(errno);
   return false;
 }
@@ -347,6 +351,7 @@ bool VideoWriter::Open(const std::string& path, std::string* error) {
   name_ = path == "-" ? "standard output" : path;
   if (path == "-") {
     file_ = stdout;
+    std::setvbuf(file_, nullptr, _IOFBF, kBufferBytes);
     return true;
   }
   target_ = path;

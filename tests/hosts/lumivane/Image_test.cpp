@@ -7,6 +7,7 @@
 
 #include "hosts/lumivane/ExitCodes.h"
 #include "nlohmann/json.hpp"
+#include "platform/ImageIO/ImageData.h"
 #include "sdk/CoreGeometry/PerlinNoise.h"
 #include "tests/hosts/lumivane/PictureTools.h"
 
@@ -481,6 +482,26 @@ TEST_F(Image, InfoTellsSizeFrameTypeAndLuma) {
   EXPECT_THAT(text.out, HasSubstr("720 x 480, partly transparent"));
 }
 
+TEST_F(Image, ReadsJpeg) {
+  const ArgbPicture grey = GreyRamp(32, 8);
+  std::string error;
+  ASSERT_EQ(Lumivane({"image", "crop", "--edges", "0,0,0,0", Write("in.png", grey), Path("c.png")})
+                .exitCode,
+            0);
+  const std::string png = ReadText("c.png");
+  const ImageIODecoded decoded =
+      ImageIODecode({reinterpret_cast<const std::uint8_t*>(png.data()), png.size()});
+  ASSERT_NE(decoded.image, nullptr);
+  const Bytes jpeg = ImageIOEncodeJPEG(decoded.image, 1.0, &error);
+  CGImageRelease(decoded.image);
+  WriteText("in.jpg", std::string(jpeg.begin(), jpeg.end()));
+  Make({"crop", "--edges", "0,0,16,0", Path("in.jpg")});
+  const ArgbPicture out = Read("out.png");
+  ASSERT_EQ(out.width, 16);
+  for (int x = 0; x < 16; ++x) EXPECT_NEAR(At(out, x, 3)[2], At(grey, x, 3)[2], 3);
+  EXPECT_THAT(Lumivane({"image", "info", Path("in.jpg")}).out, HasSubstr("in.jpg: JPEG, 32 x 8"));
+}
+
 TEST_F(Image, ReadsAndWritesStandardStreams) {
   const ArgbPicture in = RandomPicture(4, 4, 15);
   Write("in.png", in);
@@ -519,6 +540,8 @@ TEST_F(Image, RefusesWhatItCannotDoAndKeepsTheOldFile) {
   Refuse({"overlay", "--at=-1,0", ten, six}, {"does not fit at -1,0"});
   Refuse({"from-2vuy", "--size", "10x4", raw}, {"100 bytes", "10 x 4 has 80", "--size"});
   Refuse({"from-2vuy", "--size", "10x6", raw}, {"100 bytes", "10 x 6 has 120"});
+  Refuse({"fill", "--size", "16384x16384"}, {"16384 x 16384 is too large"});
+  Refuse({"resize", "--size", "16384x16384", ten}, {"16384 x 16384 is too large"});
   Refuse({"deinterlace", ten}, {"ten.png", "even number of rows", "9 rows"});
   Refuse({"resize", "--size", "4x5", "--method", "fields", ten}, {"by fields"});
   Refuse({"crop", "--edges", "5,0,5,0", ten}, {"5,0,5,0", "leave nothing of 10 x 9"});

@@ -109,6 +109,10 @@ std::vector<Planes> FramesOf(const std::string& stream, const Chroma& chroma, in
   return frames;
 }
 
+test::ProgramResult Shell(const std::string& command) {
+  return test::RunProgram({"/bin/bash", "-c", "set -o pipefail; " + command});
+}
+
 class Video : public PictureTest {
  protected:
   static test::ProgramResult Verb(std::vector<std::string> arguments, const std::string& input) {
@@ -457,6 +461,17 @@ TEST_F(Video, RefusesWhatItCannotRead) {
          "/nowhere/out.y4m cannot be written");
 }
 
+TEST_F(Video, AFullDiskIsTold) {
+  const std::string in = Path("in.y4m");
+  WriteText("in.y4m",
+            Stream("W64 H64 C444", std::vector<Planes>(20, RandomPlanes(k444, 64, 64, 1))));
+  for (const std::string to : {"/dev/full", "- > /dev/full"}) {
+    const test::ProgramResult run = Shell(std::string(Program()) + " video field " + in + " " + to);
+    EXPECT_EQ(run.exitCode, lumivane::kExitFailed) << to;
+    EXPECT_THAT(run.err, HasSubstr("cannot be written: No space left on device"));
+  }
+}
+
 TEST_F(Video, ABadCommandLineIsAUsageError) {
   for (const std::vector<std::string>& line : std::vector<std::vector<std::string>>{
            {},
@@ -472,10 +487,6 @@ TEST_F(Video, ABadCommandLineIsAUsageError) {
            {"deinterlace", "--rate", "fast"}}) {
     EXPECT_EQ(Verb(line, "").exitCode, lumivane::kExitUsage) << ::testing::PrintToString(line);
   }
-}
-
-test::ProgramResult Shell(const std::string& command) {
-  return test::RunProgram({"/bin/bash", "-c", "set -o pipefail; " + command});
 }
 
 TEST_F(Video, ASignalLeavesNothingBehind) {
