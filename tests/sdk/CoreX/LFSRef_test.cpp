@@ -1,8 +1,5 @@
 #include "sdk/CoreX/LFSRef.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cstring>
 
 #include "platform/CoreServices/Folders.h"
@@ -12,6 +9,7 @@
 #include "sdk/CoreX/LUnixPath.h"
 #include "sdk/CoreX/XFileName.h"
 #include "tests/sdk/CoreX/FileRefTesting.h"
+#include "tests/support/OrdinaryRights.h"
 
 namespace {
 
@@ -353,14 +351,40 @@ TEST_F(LFSRefTest, LogsWhyItCreatesNothing) {
 }
 
 TEST_F(LFSRefTest, RefusesAFolderWithoutRights) {
-  if (geteuid() == 0) GTEST_SKIP() << "the superuser may write anywhere";
-  fs::create_directory(Path("locked"));
-  ASSERT_EQ(chmod(Path("locked").c_str(), 0500), 0);
-  LFSRef ref(Path("locked/new").c_str());
-  EXPECT_FALSE(ref.CreateFile());
-  EXPECT_FALSE(ref.CreateFolder());
-  EXPECT_EQ(ref.fopen("w"), nullptr);
-  chmod(Path("locked").c_str(), 0700);
+  fs::create_directory(Path("readable"));
+  fs::create_directory(Path("closed"));
+  test::WriteFile(Path("readable/file"), "x");
+  test::WriteFile(Path("closed/file"), "x");
+  LFSRef created(Path("readable/new").c_str());
+  LFSRef existing(Path("readable/file").c_str());
+  LFSRef hidden(Path("closed/file").c_str());
+  fs::permissions(Path("readable"), fs::perms::owner_read | fs::perms::owner_exec);
+  fs::permissions(Path("closed"), fs::perms::none);
+  {
+    const test::OrdinaryRights rights;
+    if (!rights.AreEffective()) GTEST_SKIP() << "rights cannot be given up";
+    Forget();
+    EXPECT_FALSE(created.CreateFile());
+    EXPECT_FALSE(created.CreateFolder());
+    EXPECT_THAT(Logged(),
+                ElementsAre(CheckErrLine(afpAccessDenied, "err", "LFSRef", "CreateFile"),
+                            CheckErrLine(afpAccessDenied, "err", "LFSRef", "CreateFolder")));
+    EXPECT_EQ(created.fopen("w"), nullptr);
+    EXPECT_TRUE(existing.FileExists());
+    EXPECT_FALSE(existing.Delete());
+    EXPECT_FALSE(existing.RenameFile("renamed"));
+    EXPECT_FALSE(existing.SetFileTypeCreator('TEXT', 'ttxt'));
+    EXPECT_FALSE(hidden.FileExists());
+    EXPECT_FALSE(hidden.Normalize());
+    EXPECT_EQ(hidden.fopen("r"), nullptr);
+    // What cannot be looked up is latent below the deepest folder that can.
+    EXPECT_EQ(Latent(LFSRef(Path("closed/a/b").c_str())), "a/b");
+  }
+  fs::permissions(Path("readable"), fs::perms::owner_all);
+  fs::permissions(Path("closed"), fs::perms::owner_all);
+  EXPECT_TRUE(created.CreateFile());
+  EXPECT_TRUE(hidden.FileExists());
+  EXPECT_EQ(test::ReadFile(Path("readable/file")), "x");
 }
 
 TEST_F(LFSRefTest, RecreatesInPlace) {
