@@ -4,7 +4,6 @@
 
 #include "platform/CoreServices/Folders.h"
 #include "sdk/CoreX/Carb_FSRef_inlines.h"
-#include "sdk/CoreX/CoreCString.h"
 #include "sdk/CoreX/CoreMachDebugLog.h"
 #include "sdk/CoreX/CoreUnixPath.h"
 #include "sdk/CoreX/FSCatalogInfo_t.h"
@@ -12,7 +11,6 @@
 #include "sdk/CoreX/LUnixPath.h"
 #include "sdk/CoreX/QFramework.h"
 #include "sdk/CoreX/T_CFString.h"
-#include "sdk/CoreX/XFileName.h"
 
 namespace {
 
@@ -28,68 +26,9 @@ bool IsEmptyPascal(const unsigned char* pascal) {
 
 }  // namespace
 
-void LFSRef_data_t::Empty() {
-  std::memset(static_cast<void*>(this), 0, sizeof(*this));
-}
-
-LFSRef_data_t& LFSRef_data_t::operator=(const LFSRef& file) {
-  file.GetData(*this);
-  return *this;
-}
-
-LFSRef_data_t& LFSRef_data_t::operator=(const FSSpec& spec) {
-  return *this = LFSRef(spec);
-}
-
-LFSRef::LFSRef(const LFSRef& copyOf, bool normalize) {
-  Construct(copyOf, normalize);
-}
-
-LFSRef::LFSRef(const char* in_unix_path) {
-  Construct(in_unix_path);
-}
-
-LFSRef::LFSRef(const FSRef* theFileRef) {
-  Construct(theFileRef);
-}
-
-LFSRef::LFSRef(const FSRef& theFileRef) : LFSRef(&theFileRef) {}
-
-LFSRef::LFSRef(const FSRef* parentRef, const LHFSUnicodeName& unicode_subpath) {
-  Construct(parentRef, unicode_subpath);
-}
-
-LFSRef::LFSRef(const FSRef* parentRef, const char* subpath) {
-  Construct(parentRef, subpath);
-}
-
-LFSRef::LFSRef(const FSRef* parentRef, const std::string& subpath) {
-  Construct(parentRef, subpath);
-}
-
-LFSRef::LFSRef(const LFSRef_data_t& in_data) {
-  Construct(in_data);
-}
-
-LFSRef::LFSRef(const FSSpec& in_file_spec) {
-  Construct(in_file_spec);
-}
-
 LFSRef::LFSRef(const FSSpec* in_file_spec) {
   if (VERIFY(in_file_spec)) Construct(*in_file_spec);
 }
-
-LFSRef::LFSRef(const FSSpec& in_file_spec, const unsigned char* in_name) {
-  Construct(in_file_spec, in_name);
-}
-
-LFSRef::LFSRef(const FSSpec& in_file_spec, const char* in_name) {
-  Construct(in_file_spec, in_name);
-}
-
-LFSRef::LFSRef(const XFileName& in_file_name) : LFSRef(static_cast<const LFSRef&>(in_file_name)) {}
-
-LFSRef::~LFSRef() = default;
 
 void LFSRef::Empty() {
   mState = State_Invalid;
@@ -707,37 +646,4 @@ bool LFSRef::operator==(const LFSRef& rhs) const {
   std::string rhs_utf8_path;
   return VERIFY(lhs_normal.GetUnixPath(lhs_utf8_path) && rhs_normal.GetUnixPath(rhs_utf8_path)) &&
                                                          lhs_utf8_path == rhs_utf8_path;
-}
-
-void LFSRef::CoreDebugGetContents(const char* label, char (&buffer)[kDebugBufferSize],
-                                  bool with_hex) const {
-  const char* state = "????";
-  switch (mState) {
-    case State_Invalid:
-      state = "State_Invalid '0'";
-      break;
-    case State_Exists:
-      state = "State_Exists '1'";
-      break;
-    case State_HasLatentPath:
-      state = "State_HasLatentPath '2'";
-      break;
-    case State_ExistsWithLatentPath:
-      state = "State_ExistsWithLatentPath '3'";
-      break;
-  }
-  std::string path;
-  if (!bool_FSRef_GetUnixPath(mFSRef, path)) path = "(empty)";
-  CoreCString hex;
-  if (with_hex) hex.HexData(&mFSRef, sizeof(mFSRef), 0);
-  std::snprintf(buffer, sizeof(buffer),
-                "%s\n LFSRef contents = { mState:%s\nmLatentPath:%s\nmFSRef:%s\nmFSRef:%s \n}\n",
-                label != nullptr ? label : "", state, mLatentPath.c_str(), path.c_str(),
-                hex.c_str() != nullptr ? hex.c_str() : "");
-}
-
-void LFSRef::CoreDebugPrint(const char* label) const {
-  char buffer[kDebugBufferSize];
-  CoreDebugGetContents(label, buffer, false);
-  CoreMachDebugLog("%s", buffer);
 }
