@@ -32,7 +32,7 @@ OSErr NewDescription(ImageDescriptionHandle* description) {
   if (fresh == nullptr) return MemError();
   ImageDescription& record = **fresh;
   record.idSize = sizeof(ImageDescription);
-  record.vendor = static_cast<SInt32>(kAppleManufacturer);
+  record.vendor = static_cast<SInt32>(kPlatformManufacturer);
   record.temporalQuality = codecNormalQuality;
   record.spatialQuality = codecNormalQuality;
   record.hRes = k72PerInch;

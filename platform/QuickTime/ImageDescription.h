@@ -25,7 +25,7 @@ enum : CodecQ {
 };
 
 inline constexpr CodecType kRawCodecType = 'raw ';
-inline constexpr OSType kAppleManufacturer = 'appl';
+inline constexpr OSType kPlatformManufacturer = 'appl';
 
 #pragma pack(push, 2)
 struct ImageDescription {

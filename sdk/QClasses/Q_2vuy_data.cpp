@@ -74,7 +74,7 @@ bool Q_2vuy_format::GetImageDescription(QImageDescription& outImageDescription) 
   description.idSize = sizeof(ImageDescription);
   description.cType = _PixelFormat;
   description.version = kDescriptionVersion;
-  description.vendor = static_cast<SInt32>(kAppleManufacturer);
+  description.vendor = static_cast<SInt32>(kPlatformManufacturer);
   description.spatialQuality = kSpatialQuality;
   description.width = _Width;
   description.height = _Height;
