@@ -54,6 +54,8 @@ LiveFilter::LiveFilter(CIFilter* filter, std::string plugInPath, const PictureSo
 
 LiveFilter::~LiveFilter() {
   previous_.reset();
+  // The filter keeps its parameter's last value for good; taken back here, nothing is left behind.
+  filter_->setValueforKey(nullptr, CFSTR("inputClock"));
   filter_->release();
 }
 
@@ -80,9 +82,16 @@ Frame LiveFilter::NextFrame() {
   const NSAutoreleasePool pool;
   // The filter answers with the one no-camera picture it keeps when it has no frame, and with a new
   // image otherwise; the held previous answer cannot share its address with a new one.
-  if (!previous_) previous_ = Share(filter_->outputImage());
+  const bool first = !previous_;
+  if (first) previous_ = Share(filter_->outputImage());
   const std::shared_ptr<CIImage> image = Share(filter_->outputImage());
   const bool live = image && image != previous_;
+  if (image && !live) {
+    // Each no-camera answer carries a reference that is nobody's. A host that shows it for days
+    // gives it back, so that the count cannot run over.
+    image->release();
+    if (first) image->release();
+  }
   previous_ = image;
   return {image, live};
 }

@@ -458,6 +458,9 @@ TEST_F(TestPatternModule, ReportsBadSettingsOnStandardErrorOnce) {
 }
 
 TEST_F(TestPatternModule, AForkedCopyOfTheHostEndsAndHasAPictureOfItsOwn) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "the sanitizer's own locks do not survive a fork beside a starting thread";
+#endif
   const test::ScopedVariable size("LUMIVANE_TESTPATTERN_SIZE", "160x120");
   const test::ScopedVariable rate("LUMIVANE_TESTPATTERN_RATE", "240");
   Load();
