@@ -1333,19 +1333,19 @@ constexpr MacRow kMacFarsiRows[] = {
 
 std::span<const MacTable> AllMacTables() {
   static constexpr MacTable kTables[] = {
-    {kCFStringEncodingMacJapanese, kMacJapaneseRows, kMacJapaneseSequences},
-    {kCFStringEncodingMacChineseTrad, kMacChineseTradRows, kMacChineseTradSequences},
-    {kCFStringEncodingMacKorean, kMacKoreanRows, kMacKoreanSequences},
-    {kCFStringEncodingMacArabic, kMacArabicRows, {}},
-    {kCFStringEncodingMacHebrew, kMacHebrewRows, kMacHebrewSequences},
-    {kCFStringEncodingMacThai, kMacThaiRows, kMacThaiSequences},
-    {kCFStringEncodingMacChineseSimp, kMacChineseSimpRows, kMacChineseSimpSequences},
-    {kCFStringEncodingMacSymbol, kMacSymbolRows, kMacSymbolSequences},
-    {kCFStringEncodingMacDingbats, kMacDingbatsRows, {}},
-    {kCFStringEncodingMacCroatian, kMacCroatianRows, {}},
-    {kCFStringEncodingMacIcelandic, kMacIcelandicRows, {}},
-    {kCFStringEncodingMacRomanian, kMacRomanianRows, {}},
-    {kCFStringEncodingMacFarsi, kMacFarsiRows, {}},
+      {kCFStringEncodingMacJapanese, kMacJapaneseRows, kMacJapaneseSequences},
+      {kCFStringEncodingMacChineseTrad, kMacChineseTradRows, kMacChineseTradSequences},
+      {kCFStringEncodingMacKorean, kMacKoreanRows, kMacKoreanSequences},
+      {kCFStringEncodingMacArabic, kMacArabicRows, {}},
+      {kCFStringEncodingMacHebrew, kMacHebrewRows, kMacHebrewSequences},
+      {kCFStringEncodingMacThai, kMacThaiRows, kMacThaiSequences},
+      {kCFStringEncodingMacChineseSimp, kMacChineseSimpRows, kMacChineseSimpSequences},
+      {kCFStringEncodingMacSymbol, kMacSymbolRows, kMacSymbolSequences},
+      {kCFStringEncodingMacDingbats, kMacDingbatsRows, {}},
+      {kCFStringEncodingMacCroatian, kMacCroatianRows, {}},
+      {kCFStringEncodingMacIcelandic, kMacIcelandicRows, {}},
+      {kCFStringEncodingMacRomanian, kMacRomanianRows, {}},
+      {kCFStringEncodingMacFarsi, kMacFarsiRows, {}},
   };
   return kTables;
 }

@@ -42,7 +42,7 @@ OSErr FSRef_GetParentAndRelativeName(const FSRef& fileRef, FSRef& out_parent,
 OSErr FSRef_ConstructFromParentAndRelativeName(FSRef& out_ref, const FSRef& parent,
                                                const char* relative_path);
 
-/// The volume and number of the folder that a specification names, or else of the folder that it
+/// The volume and number of the folder that a file spec names, or else of the folder that it
 /// names something in (which need not exist).
 bool bool_FSSpec_GetVolumeFolderID(const FSSpec& spec, SInt16& out_volume, SInt32& out_folderID,
                                    bool* out_isFolder);

@@ -1,4 +1,4 @@
-// A persistent alias record that resolves to a specification (LAliasSpec) or a reference
+// A persistent alias record that resolves to a file spec (LAliasSpec) or a reference
 // (LAliasRef), and that can be kept as a resource.
 //
 // An object owns its record's handle unless that is a resource: a resource's handle belongs to its

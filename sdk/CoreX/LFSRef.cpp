@@ -414,7 +414,7 @@ bool LFSRef::GetFileSpec(FSSpec& out) const {
   if (!VERIFY(GetWholeName(latent_path, converted))) return false;
   FSSpec spec = {};
   const OSErr err = FSMakeFSSpecUnicode(&mFSRef, latent_path.length, latent_path.unicode, &spec);
-  // The specification of a missing object is good.
+  // The file spec of a missing object is good.
   if (!VERIFY((err == noErr) || (err == fnfErr))) return false;
   out = spec;
   return true;

@@ -80,7 +80,7 @@ class LFSRef {
   bool Construct(const LFSRef_data_t& in_data);
   /// A copy; with `normalize`, the result is that of `Normalize`.
   bool Construct(const LFSRef& copyOf, bool normalize);
-  // What a specification names, which need not exist, in a folder that does; with a name, that in
+  // What a file spec names, which need not exist, in a folder that does; with a name, that in
   // the folder specified, or in the specified file's folder. Pascal strings are Mac Roman.
   bool Construct(const FSSpec& in_file_spec,
                  const unsigned char* in_name = static_cast<const unsigned char*>(nullptr));
@@ -144,7 +144,7 @@ class LFSRef {
   bool GetUnixPath(std::string& out) const;
   bool GetUnixPath(LUnixPath& out) const;
   bool GetJustName(std::string& out) const;
-  /// The specification of the object, which need not exist in a folder that does.
+  /// The file spec of the object, which need not exist in a folder that does.
   bool GetFileSpec(FSSpec& out) const;
 
   // Create what the latent path names, in the anchor; `info` says what `which` names of the

@@ -30,7 +30,7 @@ bool SetPascal(Str63& out, const std::string& text) {
   return true;
 }
 
-/// A specification is good when its object may yet be made.
+/// A file spec is good when its object may yet be made.
 bool IsUsable(OSErr err) {
   return err == noErr || err == fnfErr;
 }
@@ -285,7 +285,7 @@ bool LFSSpec::GetUnixPath(std::string& out) const {
 
 bool LFSSpec::Find(FSRef& out) const {
   // To the platform no name at all means the folder itself, and no folder the root folder. Here an
-  // empty specification names nothing.
+  // empty file spec names nothing.
   return name[0] != 0 && FSpMakeFSRef(this, &out) == noErr;
 }
 

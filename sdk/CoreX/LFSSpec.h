@@ -1,4 +1,4 @@
-// The older file specification (volume, folder number, Mac Roman name of 63 characters at most)
+// The older file spec (volume, folder number, Mac Roman name of 63 characters at most)
 // with path, type and creator, and create and delete operations.
 //
 // The object specified need not exist, in a folder that does. Operations return false and log one
@@ -31,7 +31,7 @@ class LFSSpec : public FSSpec {
   explicit LFSSpec(const FSRef& file);
   LFSSpec& operator=(const FSSpec& spec);
 
-  // All empty the specification first.
+  // All empty the file spec first.
 
   /// "Volume:folder:name", or a Unix path, which starts with '/'.
   bool Construct(const unsigned char* path);
@@ -122,7 +122,7 @@ class LFSSpec : public FSSpec {
   AliasHandle AsNewAliasHandle(const FSSpec* from) const;
   /// The older catalogue record; its name pointer is null.
   bool GetCatInfoNoName(CInfoPBRec& out) const;
-  /// Logs the specification and its path.
+  /// Logs the file spec and its path.
   void printf(const char* label) const;
 
  private:

@@ -1,4 +1,4 @@
-// Opening files as streams by reference, name or specification, with type and creator.
+// Opening files as streams by reference, name or file spec, with type and creator.
 //
 // The creator comes before the file type. A stream is the caller's to close; null, with a log line,
 // on failure. Opening stamps type and creator in every mode, reading too; a stream whose file

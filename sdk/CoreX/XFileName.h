@@ -46,7 +46,7 @@ class XFileName {
   /// An object that exists.
   bool Construct(const FSRef* parent, const char* relative);
   void Empty() { m_filename.Empty(); }
-  /// Whether the name has both other forms: specification and Unix path.
+  /// Whether the name has both other forms: file spec and Unix path.
   bool IsConstructed() const;
 
   operator const LFSRef&() const { return m_filename; }

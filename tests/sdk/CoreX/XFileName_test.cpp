@@ -68,7 +68,7 @@ TEST_F(XFileNameTest, IsMadeOfAPath) {
   EXPECT_THAT(Logged(), IsEmpty());
   EXPECT_FALSE(name.Construct("no such folder/new"));
   EXPECT_EQ(Logged().back(), Line("m_filename.Construct(in_unix_path)", "Construct"));
-  EXPECT_FALSE(name.Construct(Path("a/b").c_str())) << "no specification of it";
+  EXPECT_FALSE(name.Construct(Path("a/b").c_str())) << "no file spec of it";
   EXPECT_EQ(Logged().back(), Line("fOk=IsConstructed()", "Construct"));
   EXPECT_FALSE(XFileName().IsConstructed());
 }
