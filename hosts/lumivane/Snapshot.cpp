@@ -53,7 +53,9 @@ struct Summary {
 };
 
 void Print(const Summary& summary, bool json) {
-  const double rate = summary.seconds > 0 ? summary.written / summary.seconds : 0;
+  // N frames are N - 1 periods apart.
+  const int periods = summary.written > 1 ? summary.written - 1 : summary.written;
+  const double rate = summary.seconds > 0 ? periods / summary.seconds : 0;
   const double milliseconds =
       summary.written > 0 ? 1000 * summary.renderSeconds / summary.written : 0;
   if (json) {
