@@ -42,6 +42,11 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   target_compile_options(lumivane_flags INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict>)
 endif()
 
+if(LUMIVANE_LIBFUZZER)
+  # Coverage of the code under test, not of the fuzz targets alone, is what guides the fuzzer.
+  target_compile_options(lumivane_flags INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
 if(LUMIVANE_SANITIZE)
   # Line tables are all a report needs. The checks are in the code under test: test programs, which
   # are many and large, are not optimised here, for their compilation's sake.
