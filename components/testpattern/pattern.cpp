@@ -38,7 +38,7 @@ constexpr float kLumaScale = 219.0F / 255.0F;
 constexpr float kChromaScale = 224.0F / 255.0F;
 
 std::uint8_t Rounded(float value) {
-  return static_cast<std::uint8_t>(value + 0.5F);
+  return static_cast<std::uint8_t>(std::lround(value));
 }
 
 // Edge or line coverage of a pixel whose centre lies `inside` pixels within the shape.
