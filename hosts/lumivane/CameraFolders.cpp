@@ -51,7 +51,7 @@ CameraPlace PlaceOf(const char* name, SInt16 domain, CFBaseDLL::Location locatio
 
 /// Display name of a component: what its description says, else its file's.
 std::string NameOf(CFBundleRef bundle) {
-  const std::string name =
+  std::string name =
       Text(CFBundleGetValueForInfoDictionaryKey(bundle, CFSTR("CFBundleDisplayName")));
   if (!name.empty()) return name;
   const std::string plain =
