@@ -1,12 +1,12 @@
 #include "sdk/QClasses/QImageDescription.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 #include <string>
 
 #include "platform/CoreServices/MacMemory.h"
 #include "platform/QuickDraw/PixMaps.h"
+#include "sdk/CoreX/CoreCString.h"
 #include "sdk/CoreX/CoreMachDebugLog.h"
 #include "sdk/QClasses/QAutoLock.h"
 
@@ -20,18 +20,6 @@ UInt32 FromBigEndian(const UInt8 (&bytes)[4]) {
 void ToBigEndian(UInt32 value, UInt8 (&bytes)[4]) {
   for (int i = 0; i < 4; ++i) bytes[i] = static_cast<UInt8>(value >> (24 - 8 * i));
 }
-
-/// "0x32767579 '2vuy'": a code and its four characters; one that is no text ends the string.
-struct FourCharCodeText {
-  char text[20];
-  bool ConstructFourCharCode(UInt32 code) {
-    const int length =
-        std::snprintf(text, sizeof(text), "0x%08lx '%c%c%c%c'", static_cast<unsigned long>(code),
-                      static_cast<char>(code >> 24), static_cast<char>(code >> 16),
-                      static_cast<char>(code >> 8), static_cast<char>(code));
-    return length > 0;
-  }
-};
 
 }  // namespace
 
@@ -332,19 +320,19 @@ void QImageDescription::CoreDebugPrint(const char* label, int detail) const {
   }
   CoreMachDebugLog("ImageDescription.depth = %d\n", id->depth);
   CoreMachDebugLog("ImageDescription.(width,height) = (%d,%d)\n", id->width, id->height);
-  FourCharCodeText pixelFormat = {};
+  CoreCString pixelFormat;
   VERIFY(pixelFormat.ConstructFourCharCode(id->cType));
-  CoreMachDebugLog("ImageDescription.cType (pixelFormat)= %s\n", pixelFormat.text);
+  CoreMachDebugLog("ImageDescription.cType (pixelFormat)= %s\n", pixelFormat.c_str());
   if (detail > 0) {
     CoreMachDebugLog("ImageDescription.resvd1=%d (0)\n", id->resvd1);
     CoreMachDebugLog("ImageDescription.resvd2=%d (0)\n", id->resvd2);
     CoreMachDebugLog("ImageDescription.dataRefIndex=%d\n", id->dataRefIndex);
     CoreMachDebugLog("ImageDescription.version= %d\n", id->version);
     CoreMachDebugLog("ImageDescription.revisionLevel= %d\n", id->revisionLevel);
-    FourCharCodeText vendorString = {};
+    CoreCString vendorString;
     VERIFY_TEXT(__LINE__, "vendorString.ConstructFourCharCode(id->vendor)",
                 vendorString.ConstructFourCharCode(static_cast<UInt32>(id->vendor)));
-    CoreMachDebugLog("ImageDescription.vendor=%s\n", vendorString.text);
+    CoreMachDebugLog("ImageDescription.vendor=%s\n", vendorString.c_str());
     CoreMachDebugLog("ImageDescription.temporalQuality=%d\n", id->temporalQuality);
     CoreMachDebugLog("ImageDescription.spatialQuality =%d\n", id->spatialQuality);
     CoreMachDebugLog("ImageDescription.hRes=%d\n", id->hRes);
@@ -356,8 +344,8 @@ void QImageDescription::CoreDebugPrint(const char* label, int detail) const {
 
   SInt32 type = 0;
   for (int i = 0; GetNextImageDescriptionExtensionType(mHandle, &type) == noErr && type != 0; ++i) {
-    FourCharCodeText typeString = {};
+    CoreCString typeString;
     typeString.ConstructFourCharCode(static_cast<UInt32>(type));
-    CoreMachDebugLog("ImageDescription.extension[%02d]=%s\n", i, typeString.text);
+    CoreMachDebugLog("ImageDescription.extension[%02d]=%s\n", i, typeString.c_str());
   }
 }
