@@ -19,8 +19,10 @@ class KernelChoice {
     return selected != nullptr ? *selected : forms.front();
   }
 
-  /// False, with nothing changed, when no form has the name.
+  /// "vector" is the best form, whatever its name. False, with nothing changed, when no form has
+  /// the name.
   bool Select(std::span<const Kernels> forms, std::string_view name) {
+    if (name == "vector") name = forms.front().name;
     for (const Kernels& form : forms) {
       if (form.name == name) {
         selected_.store(&form, std::memory_order_relaxed);

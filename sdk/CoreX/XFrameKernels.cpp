@@ -1,17 +1,10 @@
 #include "sdk/CoreX/XFrameKernels.h"
 
-#include <array>
-
 #include "sdk/CoreX/KernelChoice.h"
 
 namespace XFrameKernels {
 namespace {
 constinit KernelChoice<RowKernels> sChoice;
-}
-
-std::span<const RowKernels> AvailableRowKernels() {
-  static const std::array<RowKernels, 2> kForms = {VectorRowKernels(), kScalarRowKernels};
-  return kForms;
 }
 
 const RowKernels& CurrentRowKernels() {

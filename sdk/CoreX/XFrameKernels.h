@@ -35,13 +35,14 @@ struct RowKernels {
                    float lowerWeight, const Tap* taps, std::size_t count);
 };
 
-/// The forms usable on this machine, best first, "scalar" last.
+/// The forms usable on this machine, one for each of its instruction sets by that set's name, best
+/// first, "scalar" last.
 std::span<const RowKernels> AvailableRowKernels();
 const RowKernels& CurrentRowKernels();
-/// For tests, benchmarks and bug reports; false when there is no form of that name.
+/// For tests, benchmarks and bug reports; "vector" is the best form. False when there is none of
+/// that name.
 bool SelectRowKernels(std::string_view name);
 
 extern const RowKernels kScalarRowKernels;
-const RowKernels& VectorRowKernels();
 
 }  // namespace XFrameKernels

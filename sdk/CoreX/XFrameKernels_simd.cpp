@@ -8,6 +8,8 @@
 //
 #include <hwy/highway.h>
 
+#include "sdk/CoreX/KernelForms.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace XFrameKernels {
 namespace HWY_NAMESPACE {
@@ -79,9 +81,10 @@ void Bilinear(std::uint8_t* dst, const std::uint8_t* upper, const std::uint8_t* 
 
 #endif
 
-const RowKernels* Kernels() {
-  static constexpr RowKernels kKernels = {"vector", Mean, ThreeRows, Bilinear};
-  return &kKernels;
+const KernelForm<RowKernels>* Form() {
+  static const KernelForm<RowKernels> kForm = {
+      HWY_TARGET, {hwy::TargetName(HWY_TARGET), Mean, ThreeRows, Bilinear}};
+  return &kForm;
 }
 
 }  // namespace HWY_NAMESPACE
@@ -91,10 +94,12 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace XFrameKernels {
 
-HWY_EXPORT(Kernels);
+HWY_EXPORT(Form);
 
-const RowKernels& VectorRowKernels() {
-  return *HWY_DYNAMIC_DISPATCH(Kernels)();
+std::span<const RowKernels> AvailableRowKernels() {
+  static const std::vector<RowKernels> kForms =
+      SupportedForms(HWY_DISPATCH_TABLE(Form), kScalarRowKernels);
+  return kForms;
 }
 
 }  // namespace XFrameKernels
