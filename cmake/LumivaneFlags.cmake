@@ -35,6 +35,9 @@ target_compile_options(lumivane_flags INTERFACE
   # cache may turn absolute paths into ones relative to the build folder.
   -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=
   -fmacro-prefix-map=${LUMIVANE_SOURCE_FROM_BUILD}/=)
+# Byte look-ups over whole registers (AVX-512 VBMI), which look-up tables of 256 bytes are made of:
+# Highway leaves their instruction set out unless it is asked for, everywhere alike.
+target_compile_definitions(lumivane_flags INTERFACE HWY_WANT_AVX3_DL)
 # Unique symbols would pin every module that has one in memory, so that unloading does nothing.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   target_compile_options(lumivane_flags INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-fno-gnu-unique>)

@@ -1,6 +1,6 @@
 #include "sdk/CoreX/XFrameKernels.h"
 
-#include "sdk/CoreX/KernelChoice.h"
+#include "platform/System/KernelChoice.h"
 
 namespace XFrameKernels {
 namespace {

@@ -8,7 +8,7 @@
 //
 #include <hwy/highway.h>
 
-#include "sdk/CoreX/KernelForms.h"
+#include "platform/System/KernelForms.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace XFrameKernels {

@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "sdk/CoreX/KernelChoice.h"
+#include "platform/System/KernelChoice.h"
 
 namespace QPixMapKernels {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "sdk/CoreX/KernelChoice.h"
+#include "platform/System/KernelChoice.h"
 
 namespace Q_2vuy {
 namespace {
