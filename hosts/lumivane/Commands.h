@@ -5,6 +5,10 @@
 #include <optional>
 #include <string>
 
+namespace CLI {
+class App;
+}
+
 namespace lumivane {
 
 struct PictureSize {
@@ -61,5 +65,14 @@ struct AttributesOptions {
   bool json = false;
 };
 int RunAttributes(const AttributesOptions& options);
+
+/// Each adds its command, with every option, to `app`, in a file of its own (SnapshotCommand.cpp
+/// and so on); CommandLine.cpp lists them. A command that runs puts its exit code into `*result`,
+/// which must live as long as `app` is used.
+void AddSnapshotCommand(CLI::App& app, int* result);
+void AddViewCommand(CLI::App& app, int* result);
+void AddDoctorCommand(CLI::App& app, int* result);
+void AddCameraCommands(CLI::App& app, int* result);
+void AddAttributesCommand(CLI::App& app, int* result);
 
 }  // namespace lumivane
