@@ -85,6 +85,51 @@ LUMIVANE_CAMERA_CHECK_OFFSET(frameWidth, 16);
 LUMIVANE_CAMERA_CHECK_OFFSET(frameHeight, 18);
 LUMIVANE_CAMERA_CHECK_OFFSET(pixelFormat, 20);
 #undef LUMIVANE_CAMERA_CHECK_OFFSET
+
+/* ---- Status, optional ----
+ *
+ * A component may say how its camera does. A host that wants to know looks the function up by its
+ * name and does without where there is none.
+ */
+#define LUMIVANE_CAMERA_STATUS_FUNCTION "LumivaneCamera_CopyStatus"
+
+/* What __public_fn2 answers at the time of the call. */
+#define LUMIVANE_CAMERA_STATE_NONE ((uint32_t)0)  /* no frame: the no-camera picture shows */
+#define LUMIVANE_CAMERA_STATE_LIVE ((uint32_t)1)  /* frames arrive */
+#define LUMIVANE_CAMERA_STATE_STALE ((uint32_t)2) /* none has lately: the last one still shows */
+
+/*
+ * Times are nanoseconds. Counts run from the component's first frame and never fall, also when the
+ * camera is opened again. Texts are UTF-8, end with a zero byte and are cut between characters
+ * where they are too long. Later versions add fields at the end and change none that is here.
+ */
+typedef struct LumivaneCameraStatus {
+  uint32_t structSize; /* caller: the bytes of *status; component: how many of them it filled */
+  uint32_t state;      /* LUMIVANE_CAMERA_STATE_ */
+  uint64_t sequence;   /* number of the frame that __public_fn2 hands out or did last; the first
+                          is 1; 0: none was handed out yet */
+  uint64_t received;   /* frames that the camera has delivered */
+  uint64_t skipped;    /* delivered, but never handed out: a newer one came before anybody asked */
+  uint64_t lost;       /* missing in what the camera delivered, where it numbers its frames */
+  uint64_t age;        /* of the newest frame: time since it was captured (where the source does not
+                          say when that was: since it arrived); UINT64_MAX: there is none */
+  uint64_t latency;    /* from capture to being ready, of the newest frame; 0: not known */
+  double rate;         /* frames a second, over about the last second; 0: none arrived in it */
+  double nominalRate;  /* frames a second that the camera claims; 0: not known */
+  uint32_t opened;    /* how often the camera has been opened successfully; above 1: it came back */
+  int16_t frameWidth; /* of the frames handed out; 0: not known yet */
+  int16_t frameHeight;
+  uint32_t pixelFormat; /* as in the frame record; 0: not known yet */
+  uint32_t reserved;    /* 0 */
+  char source[160];     /* what is shown: a camera's name, an address; empty: nothing was opened */
+  char message[320];    /* why there is no live picture; empty while there is one */
+} LumivaneCameraStatus;
+
+LUMIVANE_CAMERA_CHECK(statusSize, sizeof(LumivaneCameraStatus) == 568);
+LUMIVANE_CAMERA_CHECK(statusSource, offsetof(LumivaneCameraStatus, source) == 88);
+
+/* The bytes that every version has: a smaller structSize is refused. */
+#define LUMIVANE_CAMERA_STATUS_MINIMUM ((uint32_t)16)
 #undef LUMIVANE_CAMERA_CHECK
 
 #if defined(__BYTE_ORDER__) && __BYTE_ORDER__ != __ORDER_LITTLE_ENDIAN__
@@ -107,6 +152,15 @@ extern "C" {
  * names are taken, their signatures are not fixed, and no host calls them.
  */
 LUMIVANE_CAMERA_ENTRY int32_t __public_fn2(tagSHARED_CAMERA_BUFFER* record);
+
+/*
+ * Optional. Fills *status, at most structSize bytes of it, and returns non-zero; returns 0, with
+ * *status untouched, when status is null or structSize is below LUMIVANE_CAMERA_STATUS_MINIMUM. It
+ * may be called from any thread at any time while the component is loaded, answers at once, neither
+ * starts the camera nor takes a frame, and so reports LUMIVANE_CAMERA_STATE_NONE before the first
+ * call of __public_fn2.
+ */
+LUMIVANE_CAMERA_ENTRY int32_t LumivaneCamera_CopyStatus(LumivaneCameraStatus* status);
 
 /* ---- Frames below 4 GiB ----
  *

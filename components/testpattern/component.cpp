@@ -1,7 +1,9 @@
 // The entry points of the test-pattern camera component.
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <exception>
 #include <mutex>
 #include <string>
@@ -39,6 +41,28 @@ FrameSource* RunningSource() {
   return sSource;
 }
 
+LumivaneCameraStatus StatusOf(const FrameSource& source) {
+  const testpattern::FrameCounts counts = source.Counts();
+  const testpattern::Settings& settings = source.settings();
+  LumivaneCameraStatus status = {};
+  status.state = LUMIVANE_CAMERA_STATE_LIVE;
+  status.sequence = counts.anyHanded ? counts.handed + 1 : 0;
+  status.received = counts.drawn;
+  status.skipped = counts.skipped;
+  status.lost = counts.newest + 1 - counts.drawn;
+  status.age = static_cast<std::uint64_t>(std::max<std::int64_t>(counts.age.count(), 0));
+  const double seconds = (static_cast<double>(counts.newest) + 1) / settings.rate;
+  status.rate = static_cast<double>(counts.drawn) / seconds;
+  status.nominalRate = settings.rate;
+  status.opened = 1;
+  status.frameWidth = static_cast<std::int16_t>(settings.width);
+  status.frameHeight = static_cast<std::int16_t>(settings.height);
+  status.pixelFormat = settings.format == PixelFormat::kArgb ? LUMIVANE_CAMERA_FORMAT_ARGB
+                                                             : LUMIVANE_CAMERA_FORMAT_2VUY;
+  std::strcpy(status.source, "test pattern");
+  return status;
+}
+
 // Runs when the component is unloaded, and when the process ends.
 __attribute__((destructor)) void StopSource() {
   if (sSource != nullptr && sSource->IsRunningHere()) delete sSource;
@@ -71,6 +95,21 @@ LUMIVANE_CAMERA_ENTRY int32_t __public_fn2(tagSHARED_CAMERA_BUFFER* record) {
     failureReported = true;
     return 0;
   }
+}
+
+LUMIVANE_CAMERA_ENTRY int32_t LumivaneCamera_CopyStatus(LumivaneCameraStatus* status) {
+  if (status == nullptr || status->structSize < LUMIVANE_CAMERA_STATUS_MINIMUM) return 0;
+  const std::lock_guard guard(sLock);
+  LumivaneCameraStatus full = {};
+  if (sSource != nullptr && sSource->IsRunningHere()) {
+    full = StatusOf(*sSource);
+  } else {
+    full.age = UINT64_MAX;
+    std::strcpy(full.message, "no frame has been asked for yet");
+  }
+  full.structSize = std::min<std::uint32_t>(status->structSize, sizeof(full));
+  std::memcpy(status, &full, full.structSize);
+  return 1;
 }
 
 // Names every camera component carries; no host calls them.

@@ -26,6 +26,7 @@ FrameSource::FrameSource(const Settings& settings) : pattern_(settings), process
     pattern_.DrawBackground(buffer.pixels);
   }
   pattern_.DrawFrame(0, buffers_[handed_].pixels);
+  counts_.drawn = 1;
   // The host's signal handlers are no business of this thread: it inherits a mask of all signals.
   sigset_t all;
   sigset_t before;
@@ -56,27 +57,40 @@ bool FrameSource::IsRunningHere() const {
 const std::uint8_t* FrameSource::Newest() {
   const std::lock_guard guard(lock_);
   if (std::exchange(fresh_, false)) std::swap(handed_, complete_);
+  counts_.handed = buffers_[handed_].number;
+  counts_.anyHanded = true;
   return buffers_[handed_].pixels;
+}
+
+FrameCounts FrameSource::Counts() const {
+  const std::chrono::duration<double> period(1 / pattern_.settings().rate);
+  const std::lock_guard guard(lock_);
+  FrameCounts counts = counts_;
+  counts.age = std::chrono::duration_cast<std::chrono::nanoseconds>(
+      std::chrono::steady_clock::now() - start_ - period * static_cast<double>(counts.newest));
+  return counts;
 }
 
 void FrameSource::Run() {
   using Clock = std::chrono::steady_clock;
   using Seconds = std::chrono::duration<double>;
   const double rate = pattern_.settings().rate;
-  const Clock::time_point start = Clock::now();
   std::uint64_t number = 0;
   std::unique_lock guard(lock_);
   while (!stopping_) {
-    const auto passed = static_cast<std::uint64_t>(Seconds(Clock::now() - start).count() * rate);
+    const auto passed = static_cast<std::uint64_t>(Seconds(Clock::now() - start_).count() * rate);
     number = std::max(number + 1, passed);
-    const auto due = start + std::chrono::duration_cast<Clock::duration>(
-                                 Seconds(static_cast<double>(number) / rate));
+    const auto due = start_ + std::chrono::duration_cast<Clock::duration>(
+                                  Seconds(static_cast<double>(number) / rate));
     if (wake_.wait_until(guard, due, [this] { return stopping_; })) break;
     guard.unlock();
     pattern_.DrawFrame(static_cast<std::uint32_t>(number), buffers_[drawing_].pixels);
     guard.lock();
+    buffers_[drawing_].number = number;
     std::swap(drawing_, complete_);
-    fresh_ = true;
+    ++counts_.drawn;
+    counts_.newest = number;
+    if (std::exchange(fresh_, true)) ++counts_.skipped;
   }
 }
 

@@ -6,6 +6,7 @@
 // would find nothing complete whenever drawing takes up the whole frame time.
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
@@ -15,6 +16,16 @@
 #include "components/testpattern/pattern.h"
 
 namespace testpattern {
+
+/// What became of the frames so far. Frame numbers count from 0 here.
+struct FrameCounts {
+  std::uint64_t handed = 0;        ///< number of the frame handed out last
+  bool anyHanded = false;          ///< whether one was
+  std::uint64_t newest = 0;        ///< number of the newest complete frame
+  std::uint64_t drawn = 0;         ///< how many were drawn
+  std::uint64_t skipped = 0;       ///< drawn, but replaced by a newer one before anybody asked
+  std::chrono::nanoseconds age{};  ///< since the newest was due
+};
 
 class FrameSource {
  public:
@@ -30,6 +41,8 @@ class FrameSource {
 
   /// The newest complete frame: frame 0 at first. Never waits for a frame.
   const std::uint8_t* Newest();
+  /// For any thread.
+  FrameCounts Counts() const;
   /// Whether the thread belongs to this process.
   bool IsRunningHere() const;
 
@@ -43,16 +56,19 @@ class FrameSource {
     Buffer& operator=(const Buffer&) = delete;
     std::uint8_t* pixels = nullptr;
     std::uint32_t size = 0;
+    std::uint64_t number = 0;
   };
   void Run();
 
   Pattern pattern_;
   Buffer buffers_[3];
   int processId_;
-  std::mutex lock_;  // guards what follows
+  const std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+  mutable std::mutex lock_;  // guards what follows
   std::condition_variable wake_;
   bool stopping_ = false;
   bool fresh_ = false;  // complete_ is newer than handed_
+  FrameCounts counts_;
   int handed_ = 0;
   int complete_ = 1;
   int drawing_ = 2;

@@ -414,6 +414,63 @@ TEST_F(TestPatternModule, CarriesEveryEntryPointAndExportsNothingElse) {
   }
 }
 
+TEST_F(TestPatternModule, TellsItsStatus) {
+  const test::ScopedVariable size("LUMIVANE_TESTPATTERN_SIZE", "160x120");
+  Load();
+  const auto copyStatus = reinterpret_cast<int32_t (*)(LumivaneCameraStatus*)>(
+      dlsym(handle_, LUMIVANE_CAMERA_STATUS_FUNCTION));
+  ASSERT_NE(copyStatus, nullptr);
+  LumivaneCameraStatus status = {};
+  status.structSize = sizeof(status);
+  ASSERT_NE(copyStatus(&status), 0);
+  EXPECT_EQ(status.state, LUMIVANE_CAMERA_STATE_NONE) << "asking for the status starts nothing";
+  EXPECT_EQ(status.age, UINT64_MAX);
+  EXPECT_STRNE(status.message, "");
+
+  tagSHARED_CAMERA_BUFFER record = {};
+  record.structSize = 24;
+  ASSERT_NE(entry_(&record), 0);
+  while (status.received < 4) {
+    std::this_thread::sleep_for(5ms);
+    ASSERT_NE(copyStatus(&status), 0);
+  }
+  EXPECT_EQ(status.structSize, sizeof(status));
+  EXPECT_EQ(status.state, LUMIVANE_CAMERA_STATE_LIVE);
+  EXPECT_EQ(status.sequence, 1U) << "no other frame was asked for";
+  EXPECT_GE(status.skipped, 1U);
+  EXPECT_EQ(status.frameWidth, 160);
+  EXPECT_EQ(status.frameHeight, 120);
+  EXPECT_EQ(status.pixelFormat, LUMIVANE_CAMERA_FORMAT_ARGB);
+  EXPECT_EQ(status.nominalRate, 30);
+  EXPECT_GT(status.rate, 0);
+  EXPECT_LT(status.age, UINT64_C(10000000000));
+  EXPECT_STREQ(status.source, "test pattern");
+  EXPECT_STREQ(status.message, "");
+  ASSERT_NE(entry_(&record), 0);
+  ASSERT_NE(copyStatus(&status), 0);
+  EXPECT_GT(status.sequence, 2U);
+  EXPECT_LE(status.sequence, status.received + status.lost);
+
+  // An older host's structure is filled as far as it goes, a newer one's likewise.
+  LumivaneCameraStatus old = {};
+  old.structSize = LUMIVANE_CAMERA_STATUS_MINIMUM;
+  old.received = 77;
+  ASSERT_NE(copyStatus(&old), 0);
+  EXPECT_EQ(old.structSize, LUMIVANE_CAMERA_STATUS_MINIMUM);
+  EXPECT_EQ(old.state, LUMIVANE_CAMERA_STATE_LIVE);
+  EXPECT_EQ(old.received, 77U);
+  struct {
+    LumivaneCameraStatus known;
+    char more[64];
+  } newer = {};
+  newer.known.structSize = sizeof(newer);
+  ASSERT_NE(copyStatus(&newer.known), 0);
+  EXPECT_EQ(newer.known.structSize, sizeof(status));
+  old.structSize = LUMIVANE_CAMERA_STATUS_MINIMUM - 1;
+  EXPECT_EQ(copyStatus(&old), 0);
+  EXPECT_EQ(copyStatus(nullptr), 0);
+}
+
 TEST_F(TestPatternModule, StartsNoThreadBeforeTheFirstFrame) {
   const int threads = test::CountThreads();
   Load();
