@@ -17,6 +17,7 @@ std::unique_ptr<CLI::App> MakeCommandLine(int* result) {
   app->footer("Exit codes: 0 done, 1 failed, 2 broken (doctor), 3 no camera, 64 usage.");
   AddSnapshotCommand(*app, result);
   AddViewCommand(*app, result);
+  AddStreamCommands(*app, result);
   AddDoctorCommand(*app, result);
   AddCameraCommands(*app, result);
   AddAttributesCommand(*app, result);

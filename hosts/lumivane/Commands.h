@@ -2,6 +2,7 @@
 // what a person should know goes to standard error, results to standard output.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -38,6 +39,21 @@ struct SnapshotOptions {
 };
 int RunSnapshot(const SnapshotOptions& options);
 
+struct StreamOptions {
+  PictureSource source;
+  std::string out;          ///< a path, or "-" for standard output; empty: no video
+  std::string format;       ///< "y4m" or "uyvy422"; empty: what the path's extension says, else Y4M
+  std::string rate = "30";  ///< frames per second, as ParseRate takes them
+  std::string matrix;       ///< "601" or "709"; empty: 709 above 576 rows
+  double seconds = 0;       ///< ends after so long; 0: when it is stopped
+  std::uint64_t frames = 0;  ///< ends after so many; 0: likewise
+  double wait = 3;           ///< longest time an installed camera gets to offer its first frame
+  bool requireCamera = false;
+  bool json = false;
+  bool quiet = false;
+};
+int RunStream(const StreamOptions& options);
+
 struct ViewOptions {
   PictureSource source;
   std::string snapshotFolder = ".";
@@ -71,6 +87,7 @@ int RunAttributes(const AttributesOptions& options);
 /// which must live as long as `app` is used.
 void AddSnapshotCommand(CLI::App& app, int* result);
 void AddViewCommand(CLI::App& app, int* result);
+void AddStreamCommands(CLI::App& app, int* result);
 void AddDoctorCommand(CLI::App& app, int* result);
 void AddCameraCommands(CLI::App& app, int* result);
 void AddAttributesCommand(CLI::App& app, int* result);

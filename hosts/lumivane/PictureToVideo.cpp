@@ -1,5 +1,7 @@
 #include "hosts/lumivane/PictureToVideo.h"
 
+#include <algorithm>
+
 namespace lumivane {
 namespace {
 
@@ -82,23 +84,24 @@ int VideoWidth(const Picture& picture) {
 }
 
 void PictureToVideo(const Picture& picture, VideoMatrix matrix, VideoForm form,
-                    std::vector<std::uint8_t>* bytes) {
+                    std::vector<std::uint8_t>* bytes, std::size_t rowBytes) {
   const Matrix& weights = matrix == VideoMatrix::k709 ? k709Matrix : k601Matrix;
   const std::size_t width = static_cast<std::size_t>(VideoWidth(picture));
   const std::size_t height = static_cast<std::size_t>(picture.height);
-  bytes->resize(2 * width * height);
+  const std::size_t videoRowBytes = std::max(rowBytes, 2 * width);
+  bytes->resize((form == VideoForm::kUYVY ? videoRowBytes : 2 * width) * height);
   std::uint8_t* const first = bytes->data();
-  const std::size_t rowBytes = 4 * static_cast<std::size_t>(picture.width);
+  const std::size_t pictureRowBytes = 4 * static_cast<std::size_t>(picture.width);
   for (std::size_t y = 0; y < height; ++y) {
     Places to{};
     if (form == VideoForm::kUYVY) {
-      std::uint8_t* const row = first + 2 * width * y;
+      std::uint8_t* const row = first + videoRowBytes * y;
       to = {row + 1, row, row + 2, 2, 4};
     } else {
       std::uint8_t* const cb = first + width * height + width / 2 * y;
       to = {first + width * y, cb, cb + width / 2 * height, 1, 1};
     }
-    ConvertRow(picture.rgba.data() + rowBytes * y, picture.width, weights, to);
+    ConvertRow(picture.rgba.data() + pictureRowBytes * y, picture.width, weights, to);
   }
 }
 

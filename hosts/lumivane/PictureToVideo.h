@@ -29,8 +29,8 @@ enum class VideoForm {
 int VideoWidth(const Picture& picture);
 
 /// Replaces `*bytes` with the frame, 2 * VideoWidth * height bytes. What is transparent is on
-/// black.
+/// black. `rowBytes`: of kUYVY, where they are more than twice the width; the rest of a row is 0.
 void PictureToVideo(const Picture& picture, VideoMatrix matrix, VideoForm form,
-                    std::vector<std::uint8_t>* bytes);
+                    std::vector<std::uint8_t>* bytes, std::size_t rowBytes = 0);
 
 }  // namespace lumivane
