@@ -36,7 +36,7 @@ BundleTable& Table() {
 /// A path's new CFString; bytes that are not UTF-8 show as their URL would.
 std::string PathText(const std::string& path) {
   const CFStringRef string = CFUTF8CreateString(path);
-  const std::string text = string == nullptr ? CFURLText::EncodePath(path) : path;
+  std::string text = string == nullptr ? CFURLText::EncodePath(path) : path;
   CFRelease(string);
   return text;
 }

@@ -140,7 +140,8 @@ struct __CFNumber final : CFRuntimeObject {
       : CFRuntimeObject(CFNumberGetTypeID()), type(canonical) {
     switch (canonical) {
       case kCFNumberSInt8Type:
-        integer = Read<SInt8>(bytes);
+        integer =
+            Read<SInt8>(bytes);  // NOLINT(bugprone-signed-char-misuse): a number, no character
         break;
       case kCFNumberSInt16Type:
         integer = Read<SInt16>(bytes);
@@ -211,7 +212,7 @@ struct __CFNumber final : CFRuntimeObject {
     // The shortest text that reads back as the same number.
     const bool isSingle = type == kCFNumberFloat32Type;
     for (int digits = isSingle ? 6 : 15;; ++digits) {
-      const std::string text = cftext::DoubleText(real, digits);
+      std::string text = cftext::DoubleText(real, digits);
       const char* end = text.data() + text.size();
       double whole = 0;
       float single = 0;

@@ -46,7 +46,8 @@ void Replace(__CFString& string, CFRange range, std::u16string_view replacement)
   const std::u16string_view text = string.text;
   std::u16string changed(text.substr(0, static_cast<std::size_t>(range.location)));
   changed += replacement;
-  changed += text.substr(static_cast<std::size_t>(range.location + range.length));
+  changed += text.substr(static_cast<std::size_t>(range.location) +
+                         static_cast<std::size_t>(range.length));
   Become(string, std::move(changed));
 }
 
@@ -159,7 +160,7 @@ CFIndex CFStringFindAndReplace(CFMutableStringRef string, CFStringRef stringToFi
     const auto& place = *static_cast<const CFRange*>(CFArrayGetValueAtIndex(places, i));
     changed += text.substr(from, static_cast<std::size_t>(place.location) - from);
     changed += cftext::View(replacement);
-    from = static_cast<std::size_t>(place.location + place.length);
+    from = static_cast<std::size_t>(place.location) + static_cast<std::size_t>(place.length);
   }
   CFRelease(places);
   changed += text.substr(from);

@@ -30,6 +30,7 @@ NSString* Text(std::string_view text) {
 
 NSArray* TextArray(const std::vector<std::string>& texts) {
   std::vector<CFTypeRef> values;
+  values.reserve(texts.size());
   for (const std::string& text : texts) values.push_back(Text(text));
   return NSArray_arrayWithObjectscount(values.data(), static_cast<CFIndex>(values.size()));
 }

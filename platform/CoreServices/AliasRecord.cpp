@@ -1,7 +1,6 @@
 #include "platform/CoreServices/AliasRecord.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "platform/CoreServices/BigEndian.h"
 #include "platform/CoreServices/FileNames.h"
@@ -143,7 +142,7 @@ class RecordWriter {
 void PutPascal(UInt8* at, std::size_t room, const std::string& text) {
   const std::size_t length = std::min(text.size(), room);
   at[0] = static_cast<UInt8>(length);
-  std::memcpy(at + 1, text.data(), length);
+  std::copy_n(text.data(), length, at + 1);
 }
 
 void PutIdentity(UInt8* at, const Identity& id) {

@@ -23,6 +23,7 @@ bool Overlap(std::vector<DoubleEntry> entries) {
 
 bool SameId(const std::vector<DoubleEntry>& entries) {
   std::vector<UInt32> ids;
+  ids.reserve(entries.size());
   for (const DoubleEntry& entry : entries) ids.push_back(entry.id);
   std::sort(ids.begin(), ids.end());
   return std::adjacent_find(ids.begin(), ids.end()) != ids.end();

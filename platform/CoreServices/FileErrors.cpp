@@ -22,7 +22,6 @@ OSErr ErrorOf(int error) {
     case EEXIST:
       return dupFNErr;
     case ENOTEMPTY:
-      return fBsyErr;
     case EBUSY:
     case ETXTBSY:
       return fBsyErr;

@@ -151,7 +151,7 @@ std::string FolderPath(SInt16 domain, OSType type) {
     place = PlaceOf(domain, type);
   }
   if (place == nullptr) return {};
-  const std::string base = BaseFolder(place->base);
+  std::string base = BaseFolder(place->base);
   if (base.empty() || place->below[0] == '\0') return base;
   return base.back() == '/' ? base + place->below : base + "/" + place->below;
 }

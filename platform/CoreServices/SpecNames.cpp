@@ -118,7 +118,7 @@ int LocateBySpecName(const Located& folder, const std::string& specName, Located
 void SetPascal(unsigned char* pascal, std::size_t room, const std::string& text) {
   const std::size_t length = std::min({text.size(), room - 1, std::size_t{255}});
   pascal[0] = static_cast<unsigned char>(length);
-  std::memcpy(pascal + 1, text.data(), length);
+  std::copy_n(text.data(), length, pascal + 1);
 }
 
 std::string TextOfPascal(ConstStr255Param pascal) {

@@ -1,7 +1,6 @@
 #include "platform/CoreServices/TextEncodingConverter.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "platform/CoreServices/Files.h"
 #include "platform/CoreServices/TextConversion.h"
@@ -97,9 +96,7 @@ OSStatus TECConvertText(TECObjectRef encodingConverter, ConstTextPtr inputBuffer
       encoded = cftext::Encode(to, read, 0, false, outputBufferLength);
     }
   }
-  if (!encoded.bytes.empty()) {
-    std::memcpy(outputBuffer, encoded.bytes.data(), encoded.bytes.size());
-  }
+  std::copy_n(encoded.bytes.data(), encoded.bytes.size(), reinterpret_cast<char*>(outputBuffer));
   *actualInputLength = static_cast<ByteCount>(taken);
   *actualOutputLength = static_cast<ByteCount>(encoded.bytes.size());
   return status;

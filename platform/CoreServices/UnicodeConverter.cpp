@@ -1,7 +1,6 @@
 #include "platform/CoreServices/UnicodeConverter.h"
 
 #include <algorithm>
-#include <cstring>
 #include <new>
 #include <vector>
 
@@ -143,11 +142,12 @@ OSStatus ConvertFromTextToUnicode(TextToUnicodeInfo info, ByteCount sourceLength
   }
   if (info->utf8) {
     const std::string utf8 = lumivane::text::ToUTF8(decoded.text);
-    if (!utf8.empty()) std::memcpy(unicode, utf8.data(), utf8.size());
+    std::copy_n(utf8.data(), utf8.size(), reinterpret_cast<char*>(unicode));
     *unicodeLength = static_cast<ByteCount>(utf8.size());
   } else {
     const std::size_t size = 2 * decoded.text.size();
-    if (size != 0) std::memcpy(unicode, decoded.text.data(), size);
+    std::copy_n(reinterpret_cast<const char*>(decoded.text.data()), size,
+                reinterpret_cast<char*>(unicode));
     *unicodeLength = static_cast<ByteCount>(size);
   }
   *sourceRead = static_cast<ByteCount>(decoded.bytes);
@@ -197,7 +197,7 @@ OSStatus ConvertFromUnicodeToText(UnicodeToTextInfo info, ByteCount unicodeLengt
     at = end;
   }
   if (status == noErr && usedFallbacks) status = kTECUsedFallbacksStatus;
-  if (!bytes.empty()) std::memcpy(output, bytes.data(), bytes.size());
+  std::copy_n(bytes.data(), bytes.size(), static_cast<char*>(output));
   const std::u16string_view read = std::u16string_view(input.text).substr(0, at);
   *inputRead =
       static_cast<ByteCount>(info->utf8 ? lumivane::text::UTF8Size(read) : 2 * read.size());

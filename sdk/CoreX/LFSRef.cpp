@@ -83,7 +83,8 @@ bool LFSRef::Construct(const FSRef* parentRef, const char* subpath) {
 }
 
 bool LFSRef::Construct(const FSRef* parentRef, const std::string& subpath) {
-  const std::string text = subpath;
+  // A copy: the sub-path may be this reference's own, which the next line clears.
+  const std::string text = subpath;  // NOLINT(performance-unnecessary-copy-initialization)
   if (!VERIFY(Construct(parentRef))) return false;
   if (text.empty()) return true;
   mLatentPath = text;

@@ -103,7 +103,7 @@ bool Assign(CoreCString& out, const std::string& text) {
 void CopyToPascal(const std::string& text, unsigned char* buffer, UInt16 size) {
   const std::size_t length = std::min({text.size(), std::size_t{size}, std::size_t{255}});
   buffer[0] = static_cast<unsigned char>(length);
-  std::memcpy(buffer + 1, text.data(), length);
+  std::copy_n(text.data(), length, buffer + 1);
 }
 
 }  // namespace

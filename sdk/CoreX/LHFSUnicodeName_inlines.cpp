@@ -98,6 +98,7 @@ bool LHFSUnicodeName::Constructor(const T* in_file_name) {
   while (in_file_name[in_length] != 0) ++in_length;
   if (in_length == 0) return false;
   if (!VERIFY_TEXT(__LINE__, "in_length<=kMaxLength", in_length <= kMaxLength)) return false;
+  // NOLINTNEXTLINE(bugprone-signed-char-misuse): a char above 127 widens with its sign
   for (std::size_t i = 0; i < in_length; ++i) unicode[i] = static_cast<UniChar>(in_file_name[i]);
   unicode[in_length] = 0;
   set_length(static_cast<UInt16>(in_length));

@@ -152,7 +152,7 @@ bool TCFString::GetValue(unsigned char* out) const {
   const bool fOk = GetValue(text, kCFStringEncodingMacRoman);
   const std::size_t length = std::min<std::size_t>(text.size(), 255);
   out[0] = static_cast<unsigned char>(length);
-  std::memcpy(out + 1, text.data(), length);
+  std::copy_n(text.data(), length, out + 1);
   CoreMachDebugLogNull("%d=TCFString::GetValue(pstring_t)\n", fOk);
   return fOk;
 }

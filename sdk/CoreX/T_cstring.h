@@ -52,6 +52,7 @@ class string_t {
     std::size_t count = 0;
     while (text[count] != 0) ++count;
     mText = new Target[count + 1];
+    // NOLINTNEXTLINE(bugprone-signed-char-misuse): a char above 127 widens with its sign
     for (std::size_t i = 0; i <= count; ++i) mText[i] = static_cast<Target>(text[i]);
   }
 
