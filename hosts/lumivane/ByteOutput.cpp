@@ -42,12 +42,22 @@ void ByteOutput::SetUp(int descriptor) {
   }
 }
 
-bool ByteOutput::Open(const std::string& path, StopSignals& stop, std::string* error) {
+bool ByteOutput::MakeAbandon(std::string* error) {
   abandon_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-  if (abandon_ < 0) {
-    *error = std::string("no event descriptor: ") + std::strerror(errno);
-    return false;
-  }
+  if (abandon_ < 0) *error = std::string("no event descriptor: ") + std::strerror(errno);
+  return abandon_ >= 0;
+}
+
+bool ByteOutput::Adopt(int descriptor, const std::string& name, std::string* error) {
+  name_ = name;
+  descriptor_ = descriptor;
+  owned_ = true;
+  kind_ = Kind::kNonBlocking;
+  return MakeAbandon(error);
+}
+
+bool ByteOutput::Open(const std::string& path, StopSignals& stop, std::string* error) {
+  if (!MakeAbandon(error)) return false;
   name_ = path == "-" ? "standard output" : path;
   if (path == "-") {
     SetUp(STDOUT_FILENO);

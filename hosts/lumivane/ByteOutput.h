@@ -22,6 +22,8 @@ class ByteOutput {
   /// "-" is standard output. A regular file is written aside. A named pipe nobody reads yet is
   /// waited for, until `stop` comes. False with one sentence.
   bool Open(const std::string& path, StopSignals& stop, std::string* error);
+  /// A non-blocking device that is open; this object closes it.
+  bool Adopt(int descriptor, const std::string& name, std::string* error);
   /// Whether it keeps what it gets, in its own time: a file, not somebody who reads along.
   bool keeps() const { return file_.IsOpen(); }
 
@@ -41,6 +43,7 @@ class ByteOutput {
     kSharedPipe,   ///< one whose mode is other programs' too: as much as surely fits
     kSocket,
   };
+  bool MakeAbandon(std::string* error);
   void SetUp(int descriptor);
   ssize_t WriteSome(std::span<const std::uint8_t> bytes) const;
   bool WaitForRoom();

@@ -49,16 +49,6 @@ CameraPlace PlaceOf(const char* name, SInt16 domain, CFBaseDLL::Location locatio
   return place;
 }
 
-/// Display name of a component: what its description says, else its file's.
-std::string NameOf(CFBundleRef bundle) {
-  std::string name =
-      Text(CFBundleGetValueForInfoDictionaryKey(bundle, CFSTR("CFBundleDisplayName")));
-  if (!name.empty()) return name;
-  const std::string plain =
-      Text(CFBundleGetValueForInfoDictionaryKey(bundle, CFSTR("CFBundleName")));
-  return plain.empty() ? SharedCameraBundle::kCameraComponentBaseName : plain;
-}
-
 Held<CFBundleRef> CreateBundle(const std::string& path, std::string* error) {
   const Held<CFURLRef> url(CFURLCreateFromFileSystemRepresentation(
       kCFAllocatorDefault, reinterpret_cast<const UInt8*>(path.data()),
@@ -71,6 +61,15 @@ Held<CFBundleRef> CreateBundle(const std::string& path, std::string* error) {
 
 }  // namespace
 
+std::string ComponentName(CFBundleRef bundle) {
+  std::string name =
+      Text(CFBundleGetValueForInfoDictionaryKey(bundle, CFSTR("CFBundleDisplayName")));
+  if (!name.empty()) return name;
+  const std::string plain =
+      Text(CFBundleGetValueForInfoDictionaryKey(bundle, CFSTR("CFBundleName")));
+  return plain.empty() ? SharedCameraBundle::kCameraComponentBaseName : plain;
+}
+
 std::array<CameraPlace, 3> CameraPlaces() {
   return {PlaceOf("user", kUserDomain, CFBaseDLL::kLocationUserComponents),
           PlaceOf("system", kSystemDomain, CFBaseDLL::kLocationSystemComponents),
@@ -82,7 +81,7 @@ CameraTrial TryCamera(const CameraPlace& place) {
   const Held<CFBundleRef> bundle = CreateBundle(place.path, &trial.error);
   if (!bundle) return trial;
   trial.created = true;
-  trial.name = NameOf(bundle.get());
+  trial.name = ComponentName(bundle.get());
   trial.version =
       Text(CFBundleGetValueForInfoDictionaryKey(bundle.get(), CFSTR("CFBundleShortVersionString")));
 
@@ -125,7 +124,7 @@ std::string CurrentCameraName() {
     if (place.kind == CameraPlace::kNothing) continue;
     std::string error;
     const Held<CFBundleRef> bundle = CreateBundle(place.path, &error);
-    if (bundle) return NameOf(bundle.get());
+    if (bundle) return ComponentName(bundle.get());
   }
   return {};
 }

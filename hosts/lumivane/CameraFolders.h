@@ -4,6 +4,7 @@
 #include <array>
 #include <string>
 
+#include "platform/CoreFoundation/CFBundle.h"
 #include "sdk/CoreX/CoreBaseDLL.h"
 
 namespace lumivane {
@@ -39,6 +40,9 @@ struct CameraTrial {
 
 /// Loads the component at `place`, asks it for frames, and unloads it again unless it was loaded.
 CameraTrial TryCamera(const CameraPlace& place);
+
+/// Display name of a component: what its description says, else its file's.
+std::string ComponentName(CFBundleRef bundle);
 
 /// Display name of the component that would be loaded now; empty when there is none.
 std::string CurrentCameraName();

@@ -41,13 +41,18 @@ int RunSnapshot(const SnapshotOptions& options);
 
 struct StreamOptions {
   PictureSource source;
-  std::string out;          ///< a path, or "-" for standard output; empty: no video
-  std::string format;       ///< "y4m" or "uyvy422"; empty: what the path's extension says, else Y4M
-  std::string rate = "30";  ///< frames per second, as ParseRate takes them
-  std::string matrix;       ///< "601" or "709"; empty: 709 above 576 rows
-  double seconds = 0;       ///< ends after so long; 0: when it is stopped
-  std::uint64_t frames = 0;  ///< ends after so many; 0: likewise
-  double wait = 3;           ///< longest time an installed camera gets to offer its first frame
+  std::string out;     ///< a path, or "-" for standard output; empty: no video
+  std::string format;  ///< "y4m" or "uyvy422"; empty: what the path's extension says, else Y4M
+  std::string device;  ///< a V4L2 output device; empty: none
+  bool http = false;   ///< serve at `listen`
+  std::string listen = "127.0.0.1:8080";  ///< as ParseListenAddress takes it
+  int maxClients = 16;                    ///< of the HTTP stream at the same time
+  int quality = 80;                       ///< of its JPEGs, 1 to 100
+  std::string rate = "30";                ///< frames per second, as ParseRate takes them
+  std::string matrix;                     ///< "601" or "709"; empty: 709 above 576 rows
+  double seconds = 0;                     ///< ends after so long; 0: when it is stopped
+  std::uint64_t frames = 0;               ///< ends after so many; 0: likewise
+  double wait = 3;  ///< longest time an installed camera gets to offer its first frame
   bool requireCamera = false;
   bool json = false;
   bool quiet = false;

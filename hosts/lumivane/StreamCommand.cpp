@@ -1,6 +1,7 @@
 // The command lines of `lumivane stream` and `lumivane record`.
 #include <memory>
 
+#include "hosts/lumivane/ListenAddress.h"
 #include "hosts/lumivane/PictureOptions.h"
 #include "hosts/lumivane/VideoStream.h"
 
@@ -44,8 +45,33 @@ void AddStreamCommands(CLI::App& app, int* result) {
       ->add_option("--out,-o", streamed->out,
                    "Uncompressed video to a file, or - for standard output")
       ->type_name("FILE");
+  stream->add_option("--device", streamed->device, "To a V4L2 output device, as UYVY")
+      ->type_name("/dev/videoN");
+  stream->add_flag("--http", streamed->http, "As MJPEG over HTTP, with a page for browsers");
+  stream
+      ->add_option_function<std::string>(
+          "--listen",
+          [streamed](const std::string& text) {
+            streamed->listen = text;
+            streamed->http = true;
+          },
+          "Where --http listens; port 0: a free one. Others than this machine reach *:8080")
+      ->type_name("ADDR:PORT")
+      ->check([](const std::string& text) {
+        return ParseListenAddress(text) ? std::string()
+                                        : "'" + text + "' is not an address such as 127.0.0.1:8080";
+      })
+      ->default_str(streamed->listen);
+  stream->add_option("--max-clients", streamed->maxClients, "Readers of the HTTP stream at a time")
+      ->check(CLI::Range(1, 1000))
+      ->capture_default_str();
+  stream->add_option("--quality", streamed->quality, "Of the JPEGs, 1 to 100")
+      ->check(CLI::Range(1, 100))
+      ->capture_default_str();
   AddStreamOptions(stream, *streamed);
-  stream->footer("lumivane stream -o - | ffmpeg -i - OUT.mp4");
+  stream->footer(
+      "lumivane stream -o - | ffmpeg -i - OUT.mp4\n"
+      "lumivane stream --http, then a browser at http://127.0.0.1:8080/");
   stream->callback([streamed, result] { *result = RunStream(*streamed); });
 
   const auto recorded = std::make_shared<StreamOptions>();
