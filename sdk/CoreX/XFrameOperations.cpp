@@ -8,10 +8,14 @@
 #include "sdk/CoreX/XFrameRows.h"
 
 using XFrameKernels::CurrentRowKernels;
+using XFrameKernels::DestRows;
 using XFrameKernels::kScalarRowKernels;
 using XFrameKernels::RowKernels;
+using XFrameKernels::SourceRows;
 using XFrameRows::ApartOrSame;
+using XFrameRows::AreApart;
 using XFrameRows::HasPixels;
+using XFrameRows::HasSeparateRows;
 using XFrameRows::Row;
 using XFrameRows::RowSize;
 
@@ -35,12 +39,37 @@ const RowKernels& KernelsFor(const unsigned char* dst,
   return CurrentRowKernels();
 }
 
+/// One row alone: a pair's two rows in the same place.
 void MeanOfRows(unsigned char* dst, const unsigned char* a, const unsigned char* b,
                 std::size_t bytes) {
-  KernelsFor(dst, {a, b}, bytes).mean(dst, a, b, bytes);
+  KernelsFor(dst, {a, b}, bytes).pairs({dst, 0}, {a, b - a}, bytes, 1);
+}
+
+/// How the memory of two frames of the same layout lies.
+enum class Sharing {
+  None,      ///< all rows are apart
+  SameRows,  ///< the frames are the same one, whose rows are apart
+  Other,
+};
+
+Sharing SharingOf(const XFrameBuffer& source, const XFrameBuffer& dest, std::size_t bytes) {
+  if (!HasSeparateRows(source, bytes)) return Sharing::Other;
+  if (source.Pixels == dest.Pixels) return Sharing::SameRows;
+  return AreApart(source, bytes, dest, bytes) ? Sharing::None : Sharing::Other;
+}
+
+SourceRows RowsFrom(const XFrameBuffer& buffer, int y) {
+  return {Row(buffer, y), buffer.RowBytes};
+}
+DestRows RowsInto(const XFrameBuffer& buffer, int y) {
+  return {Row(buffer, y), buffer.RowBytes};
 }
 
 void BlendPairs(const XFrameBuffer& source, XFrameBuffer& dest, std::size_t bytes) {
+  if (SharingOf(source, dest, bytes) != Sharing::Other) {
+    CurrentRowKernels().pairs(RowsInto(dest, 0), RowsFrom(source, 0), bytes, source.Height / 2);
+    return;
+  }
   for (int y = 0; y < source.Height; y += 2) {
     const unsigned char* a = Row(source, y);
     const unsigned char* b = Row(source, y + 1);
@@ -52,23 +81,26 @@ void BlendPairs(const XFrameBuffer& source, XFrameBuffer& dest, std::size_t byte
       std::memmove(second, first, bytes);
     } else {
       // Each mean goes into both rows before the next one is taken.
-      for (std::size_t i = 0; i < bytes; ++i) {
-        const auto mean = static_cast<unsigned char>((a[i] + b[i]) >> 1);
-        first[i] = mean;
-        second[i] = mean;
-      }
+      kScalarRowKernels.pairs(RowsInto(dest, y), RowsFrom(source, y), bytes, 1);
     }
   }
 }
 
 void BlendThree(const XFrameBuffer& source, XFrameBuffer& dest, std::size_t bytes) {
   const int last = source.Height - 1;
+  if (SharingOf(source, dest, bytes) == Sharing::None) {
+    CurrentRowKernels().threeRows(RowsInto(dest, 0), Row(source, 0), RowsFrom(source, 0),
+                                  Row(source, last), bytes, source.Height);
+    return;
+  }
+  // What has been written is read again.
   for (int y = 0; y <= last; ++y) {
     const unsigned char* above = Row(source, std::max(y - 1, 0));
     const unsigned char* row = Row(source, y);
     const unsigned char* below = Row(source, std::min(y + 1, last));
     unsigned char* out = Row(dest, y);
-    KernelsFor(out, {above, row, below}, bytes).threeRows(out, above, row, below, bytes);
+    KernelsFor(out, {above, row, below}, bytes)
+        .threeRows({out, 0}, above, {row, 0}, below, bytes, 1);
   }
 }
 
@@ -120,18 +152,30 @@ bool XFrame_OneFieldOnly_Scalar(const XFrameBuffer& source, XFrameBuffer& dest, 
   const auto limited = [&](int row) { return std::min(std::max(row, first), last); };
   const auto exists = [&](int row) { return row >= 0 && row < height; };
 
+  XFrameBuffer out = dest;  // Its rows lie as the source's do.
+  out.Height = height;
+  out.RowBytes = source.RowBytes;
   int cur = first;
   // Beyond the frame there is nothing to take, so there the first step is limited like the others.
   int next = exists(first + 2) ? first + 2 : limited(first + 2);
-  for (int y = 0; y < height; ++y) {
-    // The destination's rows lie as the source's do.
-    unsigned char* out = dest.Pixels + static_cast<std::ptrdiff_t>(y) * source.RowBytes;
+  int y = 0;
+  const int pairs = (last - first) / 2;
+  if (pairs > 0 && SharingOf(source, out, bytes) != Sharing::Other) {
+    // All whose two source rows follow each other.
+    CurrentRowKernels().field(RowsInto(out, 0), {Row(source, first), 2 * SInt64{source.RowBytes}},
+                              bytes, pairs);
+    y = 2 * pairs;
+    cur = first + y;
+    next = limited(cur + 2);
+  }
+  for (; y < height; ++y) {
+    unsigned char* const row = Row(out, y);
     if (!IsOdd(y)) {
-      if (exists(cur)) std::memmove(out, Row(source, cur), bytes);
+      if (exists(cur)) std::memmove(row, Row(source, cur), bytes);
       continue;
     }
     if (exists(cur) && exists(next)) {
-      MeanOfRows(out, Row(source, cur), Row(source, next), bytes);
+      MeanOfRows(row, Row(source, cur), Row(source, next), bytes);
     }
     cur = limited(next);
     next = limited(next + 2);
@@ -160,6 +204,10 @@ bool XFrame_CopyBufferMemory(const XFrameBuffer& source, XFrameBuffer& dest) {
   const std::size_t bytes = RowSize(source);
   if (bytes == 0 || source.Height <= 0) return true;
   if (!HasPixels(source) || !HasPixels(dest)) return false;
+  if (source.RowBytes == static_cast<SInt64>(bytes) && AreApart(source, bytes, dest, bytes)) {
+    std::memcpy(dest.Pixels, source.Pixels, bytes * static_cast<std::size_t>(source.Height));
+    return true;
+  }
   for (int y = 0; y < source.Height; ++y) std::memmove(Row(dest, y), Row(source, y), bytes);
   return true;
 }

@@ -1,9 +1,12 @@
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
+#include "sdk/CoreX/XFrameKernels.h"
 #include "sdk/CoreX/XFrameOperations.h"
 #include "sdk/CoreX/XFrameRows.h"
 
+using XFrameKernels::CurrentRowKernels;
 using XFrameRows::HasPixels;
 using XFrameRows::Row;
 using XFrameRows::RowSize;
@@ -13,6 +16,8 @@ namespace {
 /// Feathered pixels lie 4 bytes apart whatever the format.
 constexpr SInt64 kFeatherBytes = 4;
 
+constexpr unsigned char kBlackOfYUV[4] = {255, 0, 128, 128};
+
 bool CanBlacken(const XFrameBuffer& buffer) {
   return HasPixels(buffer) && buffer.Width != 0 && buffer.Height != 0;
 }
@@ -21,30 +26,30 @@ bool HasRow(const XFrameBuffer& buffer, SInt64 y) {
   return y >= 0 && y < buffer.Height;
 }
 
-unsigned char Third(unsigned char byte) {
-  return static_cast<unsigned char>(byte / 3.0);
-}
-unsigned char TwoThirds(unsigned char byte) {
-  return static_cast<unsigned char>(2 * (byte / 3.0));
-}
-
-/// Darkens one pixel of a row, where the frame has it.
-template <unsigned char (*Darken)(unsigned char)>
-void Feather(const XFrameBuffer& buffer, SInt64 x, SInt64 y) {
-  if (!HasRow(buffer, y) || x < 0) return;
-  if ((x + 1) * kFeatherBytes > static_cast<SInt64>(RowSize(buffer))) return;
-  unsigned char* pixel = Row(buffer, static_cast<int>(y)) + x * kFeatherBytes;
-  for (int i = 0; i < kFeatherBytes; ++i) pixel[i] = Darken(pixel[i]);
+/// Pixels [from, to) of a row become that many thirds, as far as the frame has them.
+void Feather(const XFrameBuffer& buffer, SInt64 from, SInt64 to, SInt64 y, int thirds) {
+  if (!HasRow(buffer, y)) return;
+  const auto pixels = static_cast<SInt64>(RowSize(buffer)) / kFeatherBytes;
+  from = std::max<SInt64>(from, 0);
+  to = std::min(to, pixels);
+  if (from >= to) return;
+  CurrentRowKernels().darken(Row(buffer, static_cast<int>(y)) + from * kFeatherBytes,
+                             static_cast<std::size_t>((to - from) * kFeatherBytes), thirds);
 }
 
 /// The columns between the side borders of two rows next to the top or bottom border.
 void FeatherRows(const XFrameBuffer& buffer, const XFrameEdges& edges, SInt64 nearRow,
                  SInt64 farRow) {
   const SInt64 end = SInt64{buffer.Width} - edges.right;
-  for (SInt64 x = edges.left; x < end; ++x) {
-    Feather<Third>(buffer, x, nearRow);
-    Feather<TwoThirds>(buffer, x, farRow);
-  }
+  Feather(buffer, edges.left, end, nearRow, 1);
+  Feather(buffer, edges.left, end, farRow, 2);
+}
+
+/// One pixel at a side, which is not worth a kernel.
+void FeatherPixel(const XFrameBuffer& buffer, SInt64 x, int y, int thirds) {
+  if (x < 0 || (x + 1) * kFeatherBytes > static_cast<SInt64>(RowSize(buffer))) return;
+  XFrameKernels::kScalarRowKernels.darken(Row(buffer, y) + x * kFeatherBytes, kFeatherBytes,
+                                          thirds);
 }
 
 /// Pixels [from, to) of a row, as far as the frame has them.
@@ -63,15 +68,21 @@ void XFrameBlacken_ARGB_ScanLine(unsigned char* bytes, UInt32 count) {
 }
 
 void XFrameBlacken_r408_ScanLine(unsigned char* bytes, UInt32 count) {
-  static constexpr unsigned char kBlack[4] = {255, 0, 128, 128};
-  for (UInt32 pixel = 0; pixel < count / 4; ++pixel) std::memcpy(bytes + 4 * pixel, kBlack, 4);
+  CurrentRowKernels().fill({bytes, 0}, kBlackOfYUV, count / 4, 1);
 }
 
 template <void (*BlackenRow)(unsigned char*, UInt32)>
 bool XFrame_BlackenWith(XFrameBuffer& buffer) {
   if (!CanBlacken(buffer)) return false;
-  const UInt32 bytes = static_cast<UInt32>(RowSize(buffer));
-  for (int y = 0; y < buffer.Height; ++y) BlackenRow(Row(buffer, y), bytes);
+  const std::size_t bytes = RowSize(buffer);
+  // Rows without a gap are one long row, as far as its length can be said.
+  const std::size_t all = bytes * static_cast<std::size_t>(std::max(buffer.Height, 0));
+  if (buffer.RowBytes == static_cast<SInt64>(bytes) && bytes % 4 == 0 &&
+      all <= std::numeric_limits<UInt32>::max()) {
+    BlackenRow(buffer.Pixels, static_cast<UInt32>(all));
+    return true;
+  }
+  for (int y = 0; y < buffer.Height; ++y) BlackenRow(Row(buffer, y), static_cast<UInt32>(bytes));
   return true;
 }
 
@@ -119,13 +130,13 @@ bool XFrame_BlackenEdges(XFrameBuffer& buffer, const XFrameEdges& edges) {
     const int y = static_cast<int>(row);
     if (edges.left * buffer.PelBytes != 0) {
       BlackenPixels(buffer, y, 0, edges.left);
-      Feather<Third>(buffer, edges.left, y);
-      Feather<TwoThirds>(buffer, edges.left + 1, y);
+      FeatherPixel(buffer, edges.left, y, 1);
+      FeatherPixel(buffer, SInt64{edges.left} + 1, y, 2);
     }
     if (edges.right * buffer.PelBytes != 0) {
       BlackenPixels(buffer, y, width - edges.right, width);
-      Feather<Third>(buffer, width - edges.right - 1, y);
-      Feather<TwoThirds>(buffer, width - edges.right - 2, y);
+      FeatherPixel(buffer, width - edges.right - 1, y, 1);
+      FeatherPixel(buffer, width - edges.right - 2, y, 2);
     }
   }
   return true;

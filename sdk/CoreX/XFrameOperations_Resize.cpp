@@ -1,21 +1,26 @@
 #include <algorithm>
-#include <cmath>
 #include <cstring>
-#include <utility>
 
 #include "sdk/CoreX/XFrameKernels.h"
 #include "sdk/CoreX/XFrameOperations.h"
 #include "sdk/CoreX/XFrameRows.h"
 
-using XFrameKernels::Tap;
+using XFrameKernels::BilinearRun;
+using XFrameKernels::CurrentRowKernels;
+using XFrameKernels::kColumnPadding;
+using XFrameKernels::kMostColumns;
+using XFrameKernels::kScalarRowKernels;
+using XFrameKernels::NearestRun;
 using XFrameRows::HasPixels;
 using XFrameRows::Row;
 
 namespace {
 
 constexpr int kPixelBytes = 4;
-/// Columns whose taps are worked out at once and used for all rows: they fit the first-level cache.
-constexpr int kColumnsAtOnce = 1024;
+constexpr int kMostNearestColumns = 2048;
+/// Positions that accumulate can run past the end. So far they may for the vector forms, which take
+/// the weights' rounding errors to stay below 1.
+constexpr float kLargestWeight = 2048;
 
 bool CanResize(const XFrameBuffer& source, const XFrameBuffer& dest) {
   return HasPixels(source) && HasPixels(dest) && source.Width > 0 && source.Height > 0;
@@ -25,57 +30,71 @@ bool IsEmpty(const XFrameBuffer& dest) {
   return dest.Width <= 0 || dest.Height <= 0;
 }
 
-/// First and last byte address that the rows of a frame touch.
-std::pair<std::uintptr_t, std::uintptr_t> Extent(const XFrameBuffer& buffer, std::size_t rowSize) {
-  const auto top = reinterpret_cast<std::uintptr_t>(Row(buffer, 0));
-  const auto bottom = reinterpret_cast<std::uintptr_t>(Row(buffer, buffer.Height - 1));
-  return {std::min(top, bottom), std::max(top, bottom) + rowSize};
+/// Whether the destination's pixels can be made in any order.
+bool InAnyOrder(const XFrameBuffer& source, const XFrameBuffer& dest) {
+  const std::size_t destBytes = static_cast<std::size_t>(dest.Width) * kPixelBytes;
+  return XFrameRows::HasSeparateRows(dest, destBytes) &&
+         XFrameRows::AreApart(source, static_cast<std::size_t>(source.Width) * kPixelBytes, dest,
+                              destBytes);
 }
 
-bool ShareMemory(const XFrameBuffer& source, const XFrameBuffer& dest) {
-  const auto s = Extent(source, static_cast<std::size_t>(source.Width) * kPixelBytes);
-  const auto d = Extent(dest, static_cast<std::size_t>(dest.Width) * kPixelBytes);
-  return s.first < d.second && d.first < s.second;
+unsigned char* Pixel(const XFrameBuffer& buffer, int x, int y) {
+  return Row(buffer, y) + static_cast<std::ptrdiff_t>(x) * kPixelBytes;
 }
 
-/// The taps of the next `count` columns. `fx` runs on from call to call: positions accumulate.
-void MakeTaps(Tap* taps, int count, float& fx, float xstep, int sourceWidth) {
-  for (int x = 0; x < count; ++x) {
-    const int x0 = std::min(sourceWidth - 1, static_cast<int>(fx));
-    const std::int32_t left = x0 * kPixelBytes;
-    taps[x] = {left, x0 + 1 < sourceWidth ? left + kPixelBytes : left, fx - static_cast<float>(x0)};
-    fx += xstep;
+/// Pads an array of columns as the kernels want it.
+template <typename T>
+void Pad(T* columns, int count) {
+  for (int x = count; x % kColumnPadding != 0; ++x) columns[x] = columns[count - 1];
+}
+
+/// Where a run of columns of a bilinear resize comes from.
+struct BilinearColumns {
+  alignas(64) std::int32_t left[kMostColumns];
+  alignas(64) float weight[kMostColumns];
+
+  /// The next `count` columns. `fx` runs on from call to call: positions accumulate.
+  void Make(int count, float& fx, float xstep, int sourceWidth) {
+    for (int x = 0; x < count; ++x) {
+      left[x] = std::min(sourceWidth - 1, static_cast<int>(fx));
+      weight[x] = fx - static_cast<float>(left[x]);
+      fx += xstep;
+    }
   }
-}
+};
 
-/// A run of columns of every row. `firstColumn` counts in the destination.
-void ResizeColumns(const XFrameBuffer& source, XFrameBuffer& dest, const Tap* taps, int firstColumn,
-                   int count, float ystep) {
-  const XFrameKernels::RowKernels& kernels = XFrameKernels::CurrentRowKernels();
+/// How far the last row's position is behind the row it is taken from.
+float LastWeight(const XFrameBuffer& source, const XFrameBuffer& dest, float ystep) {
   float fy = 0;
-  for (int y = 0; y < dest.Height; ++y, fy += ystep) {
-    const int y0 = std::min(source.Height - 1, static_cast<int>(fy));
-    const int y1 = y0 + 1 < source.Height ? y0 + 1 : y0;
-    kernels.bilinear(Row(dest, y) + static_cast<std::ptrdiff_t>(firstColumn) * kPixelBytes,
-                     Row(source, y0), Row(source, y1), fy - static_cast<float>(y0), taps,
-                     static_cast<std::size_t>(count));
-  }
+  for (int y = 1; y < dest.Height; ++y) fy += ystep;
+  return fy - static_cast<float>(std::min(source.Height - 1, static_cast<int>(fy)));
+}
+
+/// A run that takes its columns from `columns` as they will be.
+BilinearRun RunOf(const XFrameBuffer& source, BilinearColumns& columns, float ystep) {
+  BilinearRun run = {};
+  run.left = columns.left;
+  run.weight = columns.weight;
+  run.src = {Row(source, 0), source.RowBytes};
+  run.sourceWidth = source.Width;
+  run.sourceHeight = source.Height;
+  run.ystep = ystep;
+  return run;
 }
 
 /// Row by row and pixel by pixel, for frames that share memory: what has been written is read
 /// again.
-void ResizeInOrder(const XFrameBuffer& source, XFrameBuffer& dest, float xstep, float ystep) {
-  float fy = 0;
-  for (int y = 0; y < dest.Height; ++y, fy += ystep) {
-    const int y0 = std::min(source.Height - 1, static_cast<int>(fy));
-    const int y1 = y0 + 1 < source.Height ? y0 + 1 : y0;
+void ResizeInOrder(const XFrameBuffer& source, const XFrameBuffer& dest, float xstep, float ystep) {
+  BilinearColumns columns;
+  BilinearRun run = RunOf(source, columns, ystep);
+  run.rows = 1;
+  run.columns = 1;
+  for (int y = 0; y < dest.Height; ++y, run.fy += ystep) {
     float fx = 0;
     for (int x = 0; x < dest.Width; ++x) {
-      Tap tap;
-      MakeTaps(&tap, 1, fx, xstep, source.Width);
-      XFrameKernels::kScalarRowKernels.bilinear(
-          Row(dest, y) + static_cast<std::ptrdiff_t>(x) * kPixelBytes, Row(source, y0),
-          Row(source, y1), fy - static_cast<float>(y0), &tap, 1);
+      columns.Make(1, fx, xstep, source.Width);
+      run.dst = {Pixel(dest, x, y), 0};
+      kScalarRowKernels.bilinear(run);
     }
   }
 }
@@ -87,16 +106,25 @@ bool XFrame_ResizeBilinear(const XFrameBuffer& source, XFrameBuffer& dest) {
   if (!CanResize(source, dest)) return false;
   const float xstep = static_cast<float>(source.Width) / static_cast<float>(dest.Width);
   const float ystep = static_cast<float>(source.Height) / static_cast<float>(dest.Height);
-  if (ShareMemory(source, dest)) {
+  if (!InAnyOrder(source, dest)) {
     ResizeInOrder(source, dest, xstep, ystep);
     return true;
   }
-  Tap taps[kColumnsAtOnce];
+  BilinearColumns columns;
+  alignas(64) float cache[8 * kMostColumns];
+  BilinearRun run = RunOf(source, columns, ystep);
+  run.rows = dest.Height;
+  run.cache = cache;
+  const bool straight = LastWeight(source, dest, ystep) < kLargestWeight;
   float fx = 0;
-  for (int column = 0; column < dest.Width; column += kColumnsAtOnce) {
-    const int count = std::min(kColumnsAtOnce, dest.Width - column);
-    MakeTaps(taps, count, fx, xstep, source.Width);
-    ResizeColumns(source, dest, taps, column, count, ystep);
+  for (int column = 0; column < dest.Width; column += kMostColumns) {
+    run.columns = std::min(kMostColumns, dest.Width - column);
+    run.dst = {Pixel(dest, column, 0), dest.RowBytes};
+    columns.Make(run.columns, fx, xstep, source.Width);
+    Pad(columns.left, run.columns);
+    Pad(columns.weight, run.columns);
+    const bool near = straight && columns.weight[run.columns - 1] < kLargestWeight;
+    (near ? CurrentRowKernels() : kScalarRowKernels).bilinear(run);
   }
   return true;
 }
@@ -118,12 +146,11 @@ bool XFrame_ResizeBilinearWithFields(const XFrameBuffer& source, XFrameBuffer& d
   return top && bottom;
 }
 
-bool XFrame_ResizeNearestPixel(const XFrameBuffer& source, XFrameBuffer& dest) {
-  if (IsEmpty(dest)) return true;
-  // A pixel is read as 4 bytes from its own start, which the last one of a row must have.
-  if (!CanResize(source, dest) || source.PelBytes < kPixelBytes) return false;
-  const double xstep = static_cast<double>(source.Width) / dest.Width;
-  const double ystep = static_cast<double>(source.Height) / dest.Height;
+namespace {
+
+/// Row by row and pixel by pixel, for frames that share memory and for pixels of other sizes.
+void NearestInOrder(const XFrameBuffer& source, const XFrameBuffer& dest, double xstep,
+                    double ystep) {
   double fy = 0;
   for (int y = 0; y < dest.Height; ++y, fy += ystep) {
     const unsigned char* from = Row(source, std::min(source.Height - 1, static_cast<int>(fy)));
@@ -133,6 +160,38 @@ bool XFrame_ResizeNearestPixel(const XFrameBuffer& source, XFrameBuffer& dest) {
       const int column = std::min(static_cast<int>(fx), source.Width - 1);
       std::memmove(to, from + static_cast<std::ptrdiff_t>(column) * source.PelBytes, kPixelBytes);
     }
+  }
+}
+
+}  // namespace
+
+bool XFrame_ResizeNearestPixel(const XFrameBuffer& source, XFrameBuffer& dest) {
+  if (IsEmpty(dest)) return true;
+  // A pixel is read as 4 bytes from its own start, which the last one of a row must have.
+  if (!CanResize(source, dest) || source.PelBytes < kPixelBytes) return false;
+  const double xstep = static_cast<double>(source.Width) / dest.Width;
+  const double ystep = static_cast<double>(source.Height) / dest.Height;
+  if (source.PelBytes != kPixelBytes || !InAnyOrder(source, dest)) {
+    NearestInOrder(source, dest, xstep, ystep);
+    return true;
+  }
+  alignas(64) std::int32_t columns[kMostNearestColumns];
+  NearestRun run = {};
+  run.rows = dest.Height;
+  run.column = columns;
+  run.src = {Row(source, 0), source.RowBytes};
+  run.sourceWidth = source.Width;
+  run.sourceHeight = source.Height;
+  run.ystep = ystep;
+  double fx = 0;
+  for (int column = 0; column < dest.Width; column += kMostNearestColumns) {
+    run.columns = std::min(kMostNearestColumns, dest.Width - column);
+    run.dst = {Pixel(dest, column, 0), dest.RowBytes};
+    for (int x = 0; x < run.columns; ++x, fx += xstep) {
+      columns[x] = std::min(static_cast<int>(fx), source.Width - 1);
+    }
+    Pad(columns, run.columns);
+    CurrentRowKernels().nearest(run);
   }
   return true;
 }

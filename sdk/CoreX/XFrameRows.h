@@ -1,8 +1,10 @@
 // Where the rows of a frame lie. For the frame operations' own use.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 
 #include "sdk/CoreX/XFrameBuffer.h"
 
@@ -28,6 +30,30 @@ inline bool ApartOrSame(const unsigned char* a, const unsigned char* b, std::siz
   const auto pa = reinterpret_cast<std::uintptr_t>(a);
   const auto pb = reinterpret_cast<std::uintptr_t>(b);
   return pa == pb || (pa < pb ? pb - pa >= bytes : pa - pb >= bytes);
+}
+
+/// Whether the first `bytes` bytes of every row of a frame share no memory with those of another
+/// row. The frame has rows.
+inline bool HasSeparateRows(const XFrameBuffer& buffer, std::size_t bytes) {
+  const SInt64 step = buffer.RowBytes;
+  return buffer.Height == 1 || static_cast<std::size_t>(step < 0 ? -step : step) >= bytes;
+}
+
+/// First and last byte address of such rows.
+inline std::pair<std::uintptr_t, std::uintptr_t> Extent(const XFrameBuffer& buffer,
+                                                        std::size_t bytes) {
+  const auto top = reinterpret_cast<std::uintptr_t>(Row(buffer, 0));
+  const auto bottom = reinterpret_cast<std::uintptr_t>(Row(buffer, buffer.Height - 1));
+  return {std::min(top, bottom), std::max(top, bottom) + bytes};
+}
+
+/// Whether two frames that have rows lie apart, so that the order in which rows are made does not
+/// matter.
+inline bool AreApart(const XFrameBuffer& source, std::size_t sourceBytes, const XFrameBuffer& dest,
+                     std::size_t destBytes) {
+  const auto s = Extent(source, sourceBytes);
+  const auto d = Extent(dest, destBytes);
+  return s.second <= d.first || d.second <= s.first;
 }
 
 }  // namespace XFrameRows
