@@ -1,7 +1,10 @@
 #include "tests/sdk/CoreX/ToolkitProbe.h"
 
+#include <atomic>
+
 #include "sdk/CoreX/CoreMachDebugLog.h"
 #include "sdk/CoreX/CoreSystem.h"
+#include "sdk/CoreX/RowThreads.h"
 #include "sdk/CoreX/T_CFString.h"
 
 namespace {
@@ -58,4 +61,12 @@ void probe_throw_core_exception() {
 bool probe_use_system_framework() {
   char path[4096];
   return SystemFramework::getcwd(path, sizeof(path)) == path && path[0] == '/';
+}
+
+int probe_work_with_threads(unsigned threads) {
+  RowThreads::SetCount(threads);
+  std::atomic<int> rows{0};
+  RowThreads::ForRows(64, RowThreads::kThreshold,
+                      [&](int first, int last) { rows += last - first; });
+  return rows;
 }

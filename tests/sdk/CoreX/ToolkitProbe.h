@@ -27,6 +27,8 @@ unsigned probe_static_results();
 void probe_report_end_to(unsigned* results);
 /// Loads System.framework through the toolkit's own loader, and uses it.
 bool probe_use_system_framework();
+/// Has the module share 64 large rows among so many threads of its own; the rows it saw.
+int probe_work_with_threads(unsigned threads);
 }
 
 inline constexpr unsigned kProbeSawAll = 0x3F;
