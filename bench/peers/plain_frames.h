@@ -1,13 +1,16 @@
-// Plain loops over frames of bytes, as one writes them first: g++ vectorises them by itself.
+// Plain loops over frames, as one writes them first: g++ vectorises them by itself. Rows of `bytes`
+// bytes close together.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 
 namespace bench::peers {
 
-/// dst = (a + b) >> 1 for each byte.
-void PlainMean(std::uint8_t* __restrict dst, const std::uint8_t* __restrict a,
-               const std::uint8_t* __restrict b, std::size_t bytes);
+/// Both rows of each pair become (a + b) >> 1.
+void PlainPairs(std::uint8_t* dst, const std::uint8_t* src, int bytes, int rows);
+/// (((above + below) >> 1) + row) >> 1 for each byte.
+void PlainThreeRows(std::uint8_t* dst, const std::uint8_t* src, int bytes, int rows);
+/// Even rows stay, odd ones become (a + b) >> 1 of their neighbours; the last one is a copy.
+void PlainField(std::uint8_t* dst, const std::uint8_t* src, int bytes, int rows);
 
 }  // namespace bench::peers
