@@ -1,11 +1,13 @@
 // Fills, copies in, colour changes and blends.
 #include <cstring>
 
-#include "sdk/CoreX/XFrameRows.h"
 #include "sdk/QClasses/QPixMap_kernels.h"
 #include "sdk/QClasses/QPixMap_rows.h"
 
 using QPixMapKernels::CurrentRowKernels;
+using QPixMapKernels::Rows;
+using QPixMapKernels::Source;
+using QPixMapRows::ForEachBlock;
 using QPixMapRows::ForEachRow;
 using QPixMapRows::Memory;
 
@@ -70,23 +72,19 @@ QPixMapBrightness::QPixMapBrightness(double factor) {
 }
 
 void QPixMap_Grayscale32(PixMap** hPixMap) {
-  ForEachRow(hPixMap, 4, CurrentRowKernels().grey);
+  ForEachBlock(hPixMap, 4, CurrentRowKernels().grey);
 }
 
 void QPixMap_Brightness32(PixMap** hPixMap, double factor) {
   const QPixMapBrightness brightness(factor);
   unsigned char table[256];
   for (int v = 0; v < 256; ++v) table[v] = static_cast<unsigned char>(brightness[v]);
-  ForEachRow(hPixMap, 4, [&table](unsigned char* row, std::size_t pixels) {
-    CurrentRowKernels().levels(row, pixels, table);
-  });
+  ForEachBlock(hPixMap, 4, [&table](const Rows& rows) { CurrentRowKernels().levels(rows, table); });
 }
 
 void QPixMap_DuoTone32(PixMap** hPixMap, UInt32 color) {
   const QPixMapKernels::Tint tint = QPixMapKernels::TintOfColor(color);
-  ForEachRow(hPixMap, 4, [tint](unsigned char* row, std::size_t pixels) {
-    CurrentRowKernels().duotone(row, pixels, tint);
-  });
+  ForEachBlock(hPixMap, 4, [tint](const Rows& rows) { CurrentRowKernels().duotone(rows, tint); });
 }
 
 void QPixMap_AlphaBlend32(PixMap** hA, double weightA, PixMap** hB, double weightB,
@@ -95,18 +93,20 @@ void QPixMap_AlphaBlend32(PixMap** hA, double weightA, PixMap** hB, double weigh
   const Memory b(hB);
   const Memory dest(hDest);
   if (a.base == nullptr || b.base == nullptr) return;
-  for (SInt32 y = 0; y < dest.height; ++y) {
-    const std::size_t pixels =
-        std::min({dest.PixelsAt(y, dest.width, 4), a.PixelsAt(y, dest.width, 4),
-                  b.PixelsAt(y, dest.width, 4)});
-    if (pixels == 0) continue;
-    unsigned char* const to = dest.Row(y);
-    const bool apart = XFrameRows::ApartOrSame(to, a.Row(y), 4 * pixels) &&
-                       XFrameRows::ApartOrSame(to, b.Row(y), 4 * pixels);
-    const QPixMapKernels::RowKernels& kernels =
-        apart ? CurrentRowKernels() : QPixMapKernels::kScalarRowKernels;
-    kernels.blend(to, a.Row(y), weightA, b.Row(y), weightB, pixels);
-  }
+  const auto pixelsAt = [&](SInt32 y) {
+    return std::min({dest.PixelsAt(y, dest.width, 4), a.PixelsAt(y, dest.width, 4),
+                     b.PixelsAt(y, dest.width, 4)});
+  };
+  const auto source = [](const Memory& map, SInt32 y) {
+    return Source{map.Row(y), static_cast<std::ptrdiff_t>(map.rowBytes)};
+  };
+  ForEachBlock(0, dest.height, pixelsAt, [&](SInt32 y, std::size_t rows, std::size_t pixels) {
+    QPixMapRows::WithKernels(
+        Rows{dest.Row(y), static_cast<std::ptrdiff_t>(dest.rowBytes), pixels, rows}, 4,
+        [&](const QPixMapKernels::RowKernels& kernels, const Rows& to, const Source& fromA,
+            const Source& fromB) { kernels.blend(to, fromA, weightA, fromB, weightB); },
+        source(a, y), source(b, y));
+  });
 }
 
 bool QPixMap_IsPartiallyTransparent32(PixMap** hPixMap) {

@@ -1,17 +1,10 @@
 #include "sdk/QClasses/QPixMap_kernels.h"
 
-#include <array>
-
 #include "platform/System/KernelChoice.h"
 
 namespace QPixMapKernels {
 namespace {
 constinit KernelChoice<RowKernels> sChoice;
-}
-
-std::span<const RowKernels> AvailableRowKernels() {
-  static const std::array<RowKernels, 2> kForms = {VectorRowKernels(), kScalarRowKernels};
-  return kForms;
 }
 
 const RowKernels& CurrentRowKernels() {

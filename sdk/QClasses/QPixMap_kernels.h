@@ -1,10 +1,11 @@
 // Row kernels of the pixel-map operations on 32-bit pixels: A, R, G, B in memory order, 8 bits
-// each.
+// each. A kernel takes rows of them, so that its form is chosen once for all of them.
 //
-// Rows may start at any address. A kernel works in place, or its destination row is one of its
-// source rows or apart from them: the operations take the scalar form for any other overlap. Safe
-// from any thread; cannot fail. The scalar form is the definition; the vector form gives the same
-// bytes for every input.
+// Rows may start at any address. A kernel works in place, or its destination rows are the rows of
+// one of its sources or apart from all of theirs: the operations take the scalar form, a row at a
+// time, for any other overlap. Rows are done one after the other, from the first one. Safe from any
+// thread; cannot fail. The scalar form is the definition; the vector forms give the same bytes for
+// every input.
 #pragma once
 
 #include <cstddef>
@@ -22,6 +23,18 @@ inline constexpr double kGreyOfGreen = 0.0722;
 /// Sums of R, G and B above this are white enough to stay as they are under a tint.
 inline constexpr int kNearWhiteSum = 743;
 
+/// Rows of pixels that are written, and where rows lie that are only read.
+struct Rows {
+  std::uint8_t* first;
+  std::ptrdiff_t rowBytes;  ///< from one row's start to the next one's
+  std::size_t width;        ///< pixels
+  std::size_t height;       ///< rows
+};
+struct Source {
+  const std::uint8_t* first;
+  std::ptrdiff_t rowBytes;
+};
+
 /// The colour differences that a tint gives to every pixel, around 0.
 struct Tint {
   float cr;
@@ -34,27 +47,35 @@ struct RowKernels {
   std::string_view name;
 
   /// R, G and B become trunc((0.2126 B + 0.7152 R) + 0.0722 G) in double precision.
-  void (*grey)(std::uint8_t* row, std::size_t pixels);
+  void (*grey)(const Rows& rows);
 
   /// R, G and B go through a table of 256 levels.
-  void (*levels)(std::uint8_t* row, std::size_t pixels, const std::uint8_t* table);
+  void (*levels)(const Rows& rows, const std::uint8_t* table);
 
   /// Each pixel keeps its brightness and takes the tint's chroma; near-white ones stay.
-  void (*duotone)(std::uint8_t* row, std::size_t pixels, Tint tint);
+  void (*duotone)(const Rows& rows, Tint tint);
 
-  /// dst = trunc(a * weightA + b * weightB) in double precision for each of 4 * `pixels` bytes, low
-  /// 8 bits. What lies beyond the 32-bit range, and NaN, is the most negative integer: 0.
-  void (*blend)(std::uint8_t* dst, const std::uint8_t* a, double weightA, const std::uint8_t* b,
-                double weightB, std::size_t pixels);
+  /// dst = trunc(a * weightA + b * weightB) in double precision for each byte, low 8 bits. What
+  /// lies beyond the 32-bit range, and NaN, is the most negative integer: 0.
+  void (*blend)(const Rows& dst, const Source& a, double weightA, const Source& b, double weightB);
+
+  /// Each byte, alpha too, becomes trunc(d * (1 - a) + o * a), limited to [0, 255], in double
+  /// precision, with o the overlay's byte and a = its alpha / 255.0 * opacity. NaN, and what lies
+  /// beyond the 32-bit range, is 0.
+  void (*overlay)(const Rows& dst, const Source& overlay, float opacity);
+
+  /// The same on destination pixels of 3 bytes, R, G, B.
+  void (*overlay24)(const Rows& dst, const Source& overlay, float opacity);
 };
 
-/// The forms usable on this machine, best first, "scalar" last.
+/// The forms usable on this machine, one for each of its instruction sets by that set's name, best
+/// first, "scalar" last.
 std::span<const RowKernels> AvailableRowKernels();
 const RowKernels& CurrentRowKernels();
-/// For tests, benchmarks and bug reports; false when there is no form of that name.
+/// For tests, benchmarks and bug reports; "vector" is the best form. False when there is none of
+/// that name.
 bool SelectRowKernels(std::string_view name);
 
 extern const RowKernels kScalarRowKernels;
-const RowKernels& VectorRowKernels();
 
 }  // namespace QPixMapKernels

@@ -1,5 +1,6 @@
 // The row kernels, straight from their rules. Nothing here is reassociated: each conversion between
 // single and double precision is part of the definition.
+#include <algorithm>
 #include <limits>
 
 #include "sdk/QClasses/QPixMap_kernels.h"
@@ -16,19 +17,28 @@ std::int32_t Truncate(double value) {
   return static_cast<std::int32_t>(value);
 }
 
-void Grey(std::uint8_t* row, std::size_t pixels) {
-  for (std::size_t x = 0; x < pixels; ++x, row += kPixelBytes) {
-    const double g = kGreyOfBlue * row[3] + kGreyOfRed * row[1] + kGreyOfGreen * row[2];
-    row[1] = row[2] = row[3] = static_cast<std::uint8_t>(Truncate(g));
+/// `operation` on each pixel of each row, in order.
+template <typename Operation>
+void ForEachPixel(const Rows& rows, const Operation& operation) {
+  std::uint8_t* start = rows.first;
+  for (std::size_t y = 0; y < rows.height; ++y, start += rows.rowBytes) {
+    for (std::size_t x = 0; x < rows.width; ++x) operation(start + kPixelBytes * x);
   }
 }
 
-void Levels(std::uint8_t* row, std::size_t pixels, const std::uint8_t* table) {
-  for (std::size_t x = 0; x < pixels; ++x, row += kPixelBytes) {
-    row[1] = table[row[1]];
-    row[2] = table[row[2]];
-    row[3] = table[row[3]];
-  }
+void Grey(const Rows& rows) {
+  ForEachPixel(rows, [](std::uint8_t* argb) {
+    const double g = kGreyOfBlue * argb[3] + kGreyOfRed * argb[1] + kGreyOfGreen * argb[2];
+    argb[1] = argb[2] = argb[3] = static_cast<std::uint8_t>(Truncate(g));
+  });
+}
+
+void Levels(const Rows& rows, const std::uint8_t* table) {
+  ForEachPixel(rows, [table](std::uint8_t* argb) {
+    argb[1] = table[argb[1]];
+    argb[2] = table[argb[2]];
+    argb[3] = table[argb[3]];
+  });
 }
 
 std::uint8_t Channel(double value) {
@@ -38,21 +48,50 @@ std::uint8_t Channel(double value) {
   return static_cast<std::uint8_t>(whole > 255 ? 255 : whole);
 }
 
-void Duotone(std::uint8_t* row, std::size_t pixels, Tint tint) {
-  for (std::size_t x = 0; x < pixels; ++x, row += kPixelBytes) {
-    if (row[1] + row[2] + row[3] > kNearWhiteSum) continue;
-    const double y = 1.164 * static_cast<float>(0.257 * row[1] + 0.504 * row[2] + 0.098 * row[3]);
-    row[1] = Channel(y + 1.596 * tint.cr);
+void Duotone(const Rows& rows, Tint tint) {
+  ForEachPixel(rows, [tint](std::uint8_t* argb) {
+    if (argb[1] + argb[2] + argb[3] > kNearWhiteSum) return;
+    const double y =
+        1.164 * static_cast<float>(0.257 * argb[1] + 0.504 * argb[2] + 0.098 * argb[3]);
+    argb[1] = Channel(y + 1.596 * tint.cr);
     // Cb and Cr are paired with each other's factors here: the tint's look depends on it.
-    row[2] = Channel(y - 0.813 * tint.cb - 0.391 * tint.cr);
-    row[3] = Channel(y + 2.018 * tint.cb);
+    argb[2] = Channel(y - 0.813 * tint.cb - 0.391 * tint.cr);
+    argb[3] = Channel(y + 2.018 * tint.cb);
+  });
+}
+
+void Blend(const Rows& dst, const Source& a, double weightA, const Source& b, double weightB) {
+  for (std::size_t y = 0; y < dst.height; ++y) {
+    const auto row = static_cast<std::ptrdiff_t>(y);
+    std::uint8_t* const to = dst.first + row * dst.rowBytes;
+    const std::uint8_t* const fromA = a.first + row * a.rowBytes;
+    const std::uint8_t* const fromB = b.first + row * b.rowBytes;
+    for (std::size_t i = 0; i < kPixelBytes * dst.width; ++i) {
+      to[i] = static_cast<std::uint8_t>(Truncate(fromA[i] * weightA + fromB[i] * weightB));
+    }
   }
 }
 
-void Blend(std::uint8_t* dst, const std::uint8_t* a, double weightA, const std::uint8_t* b,
-           double weightB, std::size_t pixels) {
-  for (std::size_t i = 0; i < kPixelBytes * pixels; ++i) {
-    dst[i] = static_cast<std::uint8_t>(Truncate(a[i] * weightA + b[i] * weightB));
+/// One byte of a destination under one of an overlay, `alpha` of it kept from the overlay.
+std::uint8_t Over(std::uint8_t dest, std::uint8_t overlay, double alpha) {
+  const double keep = 1 - alpha;
+  const std::int32_t value = Truncate(dest * keep + overlay * alpha);
+  return static_cast<std::uint8_t>(std::clamp(value, std::int32_t{0}, std::int32_t{255}));
+}
+
+/// The last `kDestBytes` bytes of the overlay's pixels onto pixels of as many bytes.
+template <std::size_t kDestBytes>
+void Overlay(const Rows& dst, const Source& overlay, float opacity) {
+  for (std::size_t y = 0; y < dst.height; ++y) {
+    const auto row = static_cast<std::ptrdiff_t>(y);
+    std::uint8_t* d = dst.first + row * dst.rowBytes;
+    const std::uint8_t* o = overlay.first + row * overlay.rowBytes;
+    for (std::size_t x = 0; x < dst.width; ++x, d += kDestBytes, o += kPixelBytes) {
+      const double a = o[0] / 255.0 * static_cast<double>(opacity);
+      for (std::size_t i = 0; i < kDestBytes; ++i) {
+        d[i] = Over(d[i], o[kPixelBytes - kDestBytes + i], a);
+      }
+    }
   }
 }
 
@@ -66,6 +105,7 @@ Tint TintOfColor(std::uint32_t color) {
           static_cast<float>(-0.148 * r - 0.291 * g + 0.439 * b)};
 }
 
-const RowKernels kScalarRowKernels = {"scalar", Grey, Levels, Duotone, Blend};
+const RowKernels kScalarRowKernels = {"scalar", Grey,       Levels,    Duotone,
+                                      Blend,    Overlay<4>, Overlay<3>};
 
 }  // namespace QPixMapKernels

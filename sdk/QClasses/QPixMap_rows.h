@@ -3,8 +3,10 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 
 #include "sdk/QClasses/QPixMap.h"
+#include "sdk/QClasses/QPixMap_kernels.h"
 
 namespace QPixMapRows {
 
@@ -41,13 +43,73 @@ struct Memory {
   }
 };
 
+/// `operation(y, rows, pixels)` on blocks of rows from the first to the last but one, each of rows
+/// that have as many pixels by `pixelsAt(y)`: rows that are cut off come one by one, empty ones not
+/// at all.
+template <typename PixelsAt, typename Operation>
+void ForEachBlock(SInt32 first, SInt32 last, const PixelsAt& pixelsAt, const Operation& operation) {
+  for (SInt32 y = first; y < last;) {
+    const std::size_t pixels = pixelsAt(y);
+    SInt32 end = y + 1;
+    while (end < last && pixelsAt(end) == pixels) ++end;
+    if (pixels > 0) operation(y, static_cast<std::size_t>(end - y), pixels);
+    y = end;
+  }
+}
+
+/// `operation` on blocks of rows that together hold what pixels of the map lie in its memory.
+template <typename Operation>
+void ForEachBlock(PixMap** hPixMap, SInt32 pixelBytes, const Operation& operation) {
+  const Memory map(hPixMap);
+  ForEachBlock(
+      0, map.height, [&](SInt32 y) { return map.PixelsAt(y, map.width, pixelBytes); },
+      [&](SInt32 y, std::size_t rows, std::size_t pixels) {
+        operation(QPixMapKernels::Rows{map.Row(y), static_cast<std::ptrdiff_t>(map.rowBytes),
+                                       pixels, rows});
+      });
+}
+
 /// `operation` on the start and the number of pixels of every row.
 template <typename Operation>
 void ForEachRow(PixMap** hPixMap, SInt32 pixelBytes, const Operation& operation) {
-  const Memory map(hPixMap);
-  for (SInt32 y = 0; y < map.height; ++y) {
-    const std::size_t pixels = map.PixelsAt(y, map.width, pixelBytes);
-    if (pixels > 0) operation(map.Row(y), pixels);
+  ForEachBlock(hPixMap, pixelBytes, [&operation](const QPixMapKernels::Rows& rows) {
+    for (std::size_t y = 0; y < rows.height; ++y) {
+      operation(rows.first + static_cast<std::ptrdiff_t>(y) * rows.rowBytes, rows.width);
+    }
+  });
+}
+
+/// Whether all of two blocks of rows is the same memory, or they have none in common.
+inline bool ApartOrSame(const QPixMapKernels::Rows& dst, std::size_t dstPixelBytes,
+                        const QPixMapKernels::Source& source) {
+  const auto bytes = [&dst](std::ptrdiff_t rowBytes, std::size_t pixelBytes) {
+    return (dst.height - 1) * static_cast<std::size_t>(rowBytes) + dst.width * pixelBytes;
+  };
+  const auto d = reinterpret_cast<std::uintptr_t>(dst.first);
+  const auto s = reinterpret_cast<std::uintptr_t>(source.first);
+  if (d == s) return dst.rowBytes == source.rowBytes && dstPixelBytes == 4;
+  return d < s ? s - d >= bytes(dst.rowBytes, dstPixelBytes) : d - s >= bytes(source.rowBytes, 4);
+}
+
+/// `operation(kernels, dst, sources...)` on all rows at once by the chosen form where that
+/// may be; else row by row, and by the scalar form where a row meets a part of another one's.
+template <typename... Sources, typename Operation>
+void WithKernels(const QPixMapKernels::Rows& dst, std::size_t dstPixelBytes,
+                 const Operation& operation, const Sources&... sources) {
+  const QPixMapKernels::RowKernels& chosen = QPixMapKernels::CurrentRowKernels();
+  if ((ApartOrSame(dst, dstPixelBytes, sources) && ...)) {
+    operation(chosen, dst, sources...);
+    return;
+  }
+  const auto down = [](auto rows, std::size_t y) {
+    rows.first += static_cast<std::ptrdiff_t>(y) * rows.rowBytes;
+    return rows;
+  };
+  for (std::size_t y = 0; y < dst.height; ++y) {
+    QPixMapKernels::Rows row = down(dst, y);
+    row.height = 1;
+    const bool apart = (ApartOrSame(row, dstPixelBytes, down(sources, y)) && ...);
+    operation(apart ? chosen : QPixMapKernels::kScalarRowKernels, row, down(sources, y)...);
   }
 }
 

@@ -15,7 +15,17 @@ namespace {
 using Bytes = std::vector<std::uint8_t>;
 using QPixMapKernels::AvailableRowKernels;
 using QPixMapKernels::RowKernels;
+using QPixMapKernels::Rows;
+using QPixMapKernels::Source;
 using QPixMapKernels::Tint;
+
+/// One row of pixels.
+Rows Row(std::uint8_t* first, std::size_t width) {
+  return {first, 0, width, 1};
+}
+Source From(const std::uint8_t* first) {
+  return {first, 0};
+}
 
 // The rules once more, one rounded step at a time.
 namespace oracle {
@@ -84,7 +94,7 @@ TEST(QPixMapKernels, GreyOverEveryColour) {
     }
     for (const RowKernels& k : AvailableRowKernels()) {
       Bytes got = row;
-      k.grey(got.data(), 65536);
+      k.grey(Row(got.data(), 65536));
       ASSERT_TRUE(got == want) << k.name << " r " << r;
     }
   }
@@ -99,7 +109,7 @@ TEST(QPixMapKernels, DuotoneOverEveryColour) {
     for (std::size_t i = 0; i < want.size(); i += 4) oracle::Duotone(&want[i], color);
     for (const RowKernels& k : AvailableRowKernels()) {
       Bytes got = row;
-      k.duotone(got.data(), 65536, tint);
+      k.duotone(Row(got.data(), 65536), tint);
       ASSERT_TRUE(got == want) << k.name << " r " << r;
     }
   }
@@ -116,7 +126,7 @@ TEST(QPixMapKernels, DuotoneOverManyTints) {
     for (std::size_t i = 0; i < want.size(); i += 4) oracle::Duotone(&want[i], color);
     for (const RowKernels& k : AvailableRowKernels()) {
       Bytes got = row;
-      k.duotone(got.data(), 1024, QPixMapKernels::TintOfColor(color));
+      k.duotone(Row(got.data(), 1024), QPixMapKernels::TintOfColor(color));
       ASSERT_TRUE(got == want) << k.name << " color " << color;
     }
   }
@@ -127,7 +137,7 @@ TEST(QPixMapKernels, DuotoneNearWhiteStartsAbove743) {
     Bytes row;
     for (int i = 0; i < 64; ++i) row.insert(row.end(), {9, 247, 248, 249, 9, 247, 248, 248});
     const Bytes before = row;
-    k.duotone(row.data(), 128, QPixMapKernels::TintOfColor(0x0000FF));
+    k.duotone(Row(row.data(), 128), QPixMapKernels::TintOfColor(0x0000FF));
     for (std::size_t i = 0; i < row.size(); i += 8) {
       EXPECT_TRUE(std::equal(&row[i], &row[i] + 4, &before[i])) << k.name << " a sum of 744 stays";
       EXPECT_FALSE(std::equal(&row[i + 4], &row[i] + 8, &before[i + 4])) << k.name;
@@ -149,65 +159,146 @@ TEST(QPixMapKernels, LevelsOverEveryByteAndChannel) {
   }
   for (const RowKernels& k : AvailableRowKernels()) {
     Bytes got = row;
-    k.levels(got.data(), 256, table);
+    k.levels(Row(got.data(), 256), table);
     EXPECT_EQ(got, want) << k.name;
   }
 }
 
+TEST(QPixMapKernels, GreyOfGreysAndOfWholeSums) {
+  // Every grey, alone and beside colours whose weighted sum is a whole number too.
+  Bytes row;
+  for (int v = 0; v < 256; ++v) {
+    const auto grey = std::uint8_t(v);
+    row.insert(row.end(), {7, grey, grey, grey});
+  }
+  for (int v = 0; v < 16; ++v) row.insert(row.end(), {7, 1, 0, std::uint8_t(v)});
+  const std::size_t greys = row.size();
+  for (int r = 0; r < 256; ++r) {
+    for (int g = 0; g < 256; ++g) {
+      for (int b = 0; b < 256; b += 1 + 4 * (test::kDomainStep - 1)) {
+        if ((3576 * r + 361 * g + 1063 * b) % 5000 != 0 || (r == g && g == b)) continue;
+        row.insert(row.end(), {9, std::uint8_t(r), std::uint8_t(g), std::uint8_t(b)});
+        row.insert(row.end(), {9, 255, 255, std::uint8_t(b)});
+      }
+    }
+  }
+  ASSERT_GT(row.size(), greys);
+  Bytes want = row;
+  for (std::size_t i = 0; i < want.size(); i += 4) {
+    want[i + 1] = want[i + 2] = want[i + 3] = oracle::Grey(row[i + 1], row[i + 2], row[i + 3]);
+  }
+  EXPECT_EQ(want[4 * 255 + 1], 254) << "the steps' rounding is part of the rule";
+  for (const RowKernels& k : AvailableRowKernels()) {
+    Bytes got = row;
+    k.grey(Row(got.data(), row.size() / 4));
+    EXPECT_TRUE(got == want) << k.name;
+  }
+}
+
 TEST(QPixMapKernels, BlendOverEveryPairOfBytes) {
-  Bytes a(65536);
-  Bytes b(65536);
+  // Twice, which is enough pixels for forms that prepare themselves for the weights.
+  constexpr std::size_t kPairs = 65536;
+  Bytes a(2 * kPairs);
+  Bytes b(2 * kPairs);
   for (std::size_t i = 0; i < a.size(); ++i) {
     a[i] = std::uint8_t(i);
     b[i] = std::uint8_t(i >> 8);
   }
   const double inf = std::numeric_limits<double>::infinity();
-  const std::pair<double, double> weights[] = {
+  std::vector<std::pair<double, double>> weights = {
       {1, 0},      {0, 1},         {0.5, 0.5}, {1.0 / 3, 2.0 / 3}, {1, 1},
       {-1, 0.25},  {2.7, -9},      {1e6, 3},   {-1e7, 1e7},        {8421504, 1},
-      {1e9, -1e9}, {1e300, 1e300}, {inf, 1},   {inf, -inf},        {1, std::nan("")}};
+      {1e9, -1e9}, {1e300, 1e300}, {inf, 1},   {inf, -inf},        {1, std::nan("")},
+      {0, 0},      {-0.0, 0.6},    {1e-300, 1}};
+  // Weights as programs give them: their sums are whole for many pairs, and round down for some.
+  for (int i = 1; i < 100; i += 3 * test::kDomainStep)
+    weights.emplace_back(i / 100.0, 1 - i / 100.0);
+  for (int i = 1; i < 10; ++i) weights.emplace_back(i / 10.0, (10 - i) / 10.0);
+  std::mt19937 engine(3);
+  for (int i = 0; i < 20 / test::kDomainStep; ++i) {
+    weights.emplace_back(engine() / 4294967296.0, engine() / 2147483648.0);
+  }
   for (const auto& [wa, wb] : weights) {
-    Bytes want(a.size());
-    for (std::size_t i = 0; i < a.size(); ++i) want[i] = oracle::Blend(a[i], wa, b[i], wb);
+    Bytes want(kPairs);
+    for (std::size_t i = 0; i < kPairs; ++i) want[i] = oracle::Blend(a[i], wa, b[i], wb);
+    want.insert(want.end(), want.begin(), want.end());
     for (const RowKernels& k : AvailableRowKernels()) {
       Bytes got(a.size());
-      k.blend(got.data(), a.data(), wa, b.data(), wb, a.size() / 4);
+      k.blend(Row(got.data(), a.size() / 4), From(a.data()), wa, From(b.data()), wb);
       EXPECT_TRUE(got == want) << k.name << " weights " << wa << ", " << wb;
     }
   }
 }
 
-TEST(QPixMapKernels, EveryWidthAtOddAddressesStaysInItsRow) {
+/// Rows between bytes that must stay, which also lie between the rows.
+struct Guarded {
+  static constexpr std::size_t kGuard = 64;
+
+  Guarded(std::mt19937& engine, std::size_t pixelBytes, std::size_t pixels, std::size_t rowCount,
+          std::size_t gap, std::size_t offset)
+      : width(pixels),
+        height(rowCount),
+        rowBytes(pixelBytes * pixels + gap),
+        start(kGuard + offset),
+        rowSize(pixelBytes * pixels),
+        bytes(start + rowBytes * height + kGuard) {
+    for (std::uint8_t& b : bytes) b = std::uint8_t(engine());
+  }
+  Rows rows() { return {bytes.data() + start, std::ptrdiff_t(rowBytes), width, height}; }
+  Source source() const { return {bytes.data() + start, std::ptrdiff_t(rowBytes)}; }
+  bool IsPixel(std::size_t i) const {
+    if (i < start || i >= start + rowBytes * height) return false;
+    return (i - start) % rowBytes < rowSize;
+  }
+
+  std::size_t width;
+  std::size_t height;
+  std::size_t rowBytes;
+  std::size_t start;
+  std::size_t rowSize;
+  Bytes bytes;
+};
+
+TEST(QPixMapKernels, EveryWidthAtOddAddressesStaysInItsRows) {
   std::mt19937 engine(13);
   std::uint8_t table[256];
   for (std::uint8_t& t : table) t = std::uint8_t(engine());
   for (std::size_t width = 0; width <= 66; ++width) {
     for (std::size_t offset = 0; offset < 4; ++offset) {
-      Bytes noise(64 + offset + 4 * width + 64);
-      for (std::uint8_t& b : noise) b = std::uint8_t(engine());
-      Bytes other(offset + 4 * width + 1);
-      for (std::uint8_t& b : other) b = std::uint8_t(engine());
-      const auto check = [&](const char* what, const auto& run) {
-        Bytes want = noise;
-        run(QPixMapKernels::kScalarRowKernels, want.data() + 64 + offset);
-        for (std::size_t i = 0; i < noise.size(); ++i) {
-          if (i >= 64 + offset && i < 64 + offset + 4 * width) continue;
-          ASSERT_EQ(want[i], noise[i]) << what;
+      const std::size_t gap = offset == 0 ? 0 : width % 3 + offset;
+      const Guarded noise(engine, 4, width, 3, gap, offset);
+      const Guarded narrow(engine, 3, width, 3, gap, offset);
+      const Guarded other(engine, 4, width, 3, width % 2, 3 - offset);
+      const auto check = [&](const char* what, const Guarded& before, const auto& run) {
+        Guarded want = before;
+        run(QPixMapKernels::kScalarRowKernels, want);
+        for (std::size_t i = 0; i < want.bytes.size(); ++i) {
+          if (before.IsPixel(i)) continue;
+          ASSERT_EQ(want.bytes[i], before.bytes[i]) << what;
         }
         for (const RowKernels& k : AvailableRowKernels()) {
-          Bytes got = noise;
-          run(k, got.data() + 64 + offset);
-          ASSERT_EQ(got, want) << what << ' ' << k.name << " width " << width;
+          Guarded got = before;
+          run(k, got);
+          ASSERT_EQ(got.bytes, want.bytes) << what << ' ' << k.name << " width " << width;
         }
       };
-      check("grey", [&](const RowKernels& k, std::uint8_t* row) { k.grey(row, width); });
-      check("levels", [&](const RowKernels& k, std::uint8_t* row) { k.levels(row, width, table); });
-      check("duotone", [&](const RowKernels& k, std::uint8_t* row) {
-        k.duotone(row, width, {30.5f, -20.25f});
+      check("grey", noise, [&](const RowKernels& k, Guarded& m) { k.grey(m.rows()); });
+      check("levels", noise, [&](const RowKernels& k, Guarded& m) { k.levels(m.rows(), table); });
+      check("duotone", noise, [&](const RowKernels& k, Guarded& m) {
+        k.duotone(m.rows(), {30.5f, -20.25f});
       });
-      check("blend", [&](const RowKernels& k, std::uint8_t* row) {
-        k.blend(row, row, 0.7, other.data() + offset, 0.6, width);
+      check("blend", noise, [&](const RowKernels& k, Guarded& m) {
+        k.blend(m.rows(), m.source(), 0.7, other.source(), 0.6);
       });
+      check("blend of two others", noise, [&](const RowKernels& k, Guarded& m) {
+        k.blend(m.rows(), other.source(), 0.75, other.source(), 0.25);
+      });
+      check("overlay", noise,
+            [&](const RowKernels& k, Guarded& m) { k.overlay(m.rows(), other.source(), 0.9f); });
+      check("overlay of itself", noise,
+            [&](const RowKernels& k, Guarded& m) { k.overlay(m.rows(), m.source(), 1.0f); });
+      check("overlay24", narrow,
+            [&](const RowKernels& k, Guarded& m) { k.overlay24(m.rows(), other.source(), 1.0f); });
     }
   }
 }

@@ -1,0 +1,191 @@
+// The vector forms of the blend, compiled once per instruction set.
+#include <algorithm>
+#include <bit>
+#include <cmath>
+
+#include "sdk/QClasses/QPixMap_kernels.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "sdk/QClasses/QPixMap_blend_simd.cpp"
+#include <hwy/foreach_target.h>
+//
+#include <hwy/highway.h>
+
+#include "sdk/QClasses/QPixMap_lanes.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace QPixMapKernels {
+namespace HWY_NAMESPACE {
+
+#if QPIXMAP_SCALAR_STANDS_IN
+
+void Blend(const Rows& dst, const Source& a, double weightA, const Source& b, double weightB) {
+  kScalarRowKernels.blend(dst, a, weightA, b, weightB);
+}
+
+#else
+
+namespace {
+
+/// In doubles, for weights whose sums all fit in 32 bits.
+void BlendInDoubles(const Rows& dst, const Source& a, double weightA, const Source& b,
+                    double weightB) {
+  const VF64 wa = hn::Set(DF64(), weightA);
+  const VF64 wb = hn::Set(DF64(), weightB);
+  const auto sum = [&](VF64 ofA, VF64 ofB) { return hn::Add(hn::Mul(ofA, wa), hn::Mul(ofB, wb)); };
+  FromSources(dst, a, b, [&](V8 pixelsA, V8 pixelsB) {
+    const V32 pa = Words(pixelsA);
+    const V32 pb = Words(pixelsB);
+    const V32 b0 = InDoubles(Byte<0>(pa), Byte<0>(pb), sum);
+    const V32 b1 = InDoubles(Byte<1>(pa), Byte<1>(pb), sum);
+    const V32 b2 = InDoubles(Byte<2>(pa), Byte<2>(pb), sum);
+    const V32 b3 = InDoubles(Byte<3>(pa), Byte<3>(pb), sum);
+    const V32 low = hn::Or(Byte<0>(b0), hn::ShiftLeft<8>(Byte<0>(b1)));
+    const V32 high = hn::Or(hn::ShiftLeft<16>(Byte<0>(b2)), hn::ShiftLeft<24>(b3));
+    return Bytes(hn::Or(low, high));
+  });
+}
+
+#if HWY_TARGET == HWY_AVX3_DL
+
+/// The rule's sum for all bytes a and b, taken apart into the whole part of a's product, that of
+/// b's, and whether the rest carries. For most weights the bytes a that carry with one b are among
+/// those that carry with another, or all of them and more: then each a has a rank, from which on
+/// it carries with a b.
+struct BlendTables {
+  alignas(64) std::uint8_t wholeA[256];
+  alignas(64) std::uint8_t rankA[256];
+  alignas(64) std::uint8_t wholeB[256];
+  alignas(64) std::uint8_t carryB[256];  ///< carries when added to a rank overflows 8 bits
+
+  /// False when there are no such ranks, or when a product is negative, so that truncation is not
+  /// rounding down.
+  bool Make(double weightA, double weightB);
+};
+
+bool BlendTables::Make(double weightA, double weightB) {
+  if (!(weightA >= 0 && weightB >= 0)) return false;
+  alignas(64) double productA[256];
+  alignas(64) double nextA[256];
+  double mostOfA = 0;
+  for (std::size_t v = 0; v < 256; ++v) {
+    productA[v] = static_cast<double>(v) * weightA;
+    const double whole = std::floor(productA[v]);
+    nextA[v] = whole + 1;
+    wholeA[v] = static_cast<std::uint8_t>(static_cast<std::uint32_t>(whole));
+    mostOfA = std::max(mostOfA, productA[v] - whole);
+  }
+  double productB[256];
+  double wholeOfB[256];
+  for (std::size_t v = 0; v < 256; ++v) {
+    productB[v] = static_cast<double>(v) * weightB;
+    wholeOfB[v] = std::floor(productB[v]);
+    // Two fractions next to 1 could sum to 2.
+    if (productB[v] - wholeOfB[v] + mostOfA > 1.99) return false;
+  }
+
+  // How many bytes carry with each one.
+  alignas(64) std::int64_t carriesOfA[256];
+  std::size_t carriesOfB[256] = {};
+  for (std::size_t a = 0; a < 256; a += 8) {
+    const __m512d product = _mm512_load_pd(productA + a);
+    const __m512d next = _mm512_load_pd(nextA + a);
+    __m512i count = _mm512_setzero_si512();
+    for (std::size_t b = 0; b < 256; ++b) {
+      const __m512d sum = _mm512_add_pd(product, _mm512_set1_pd(productB[b]));
+      const __m512d limit = _mm512_add_pd(next, _mm512_set1_pd(wholeOfB[b]));
+      const __mmask8 carry = _mm512_cmp_pd_mask(sum, limit, _CMP_GE_OQ);
+      count = _mm512_mask_add_epi64(count, carry, count, _mm512_set1_epi64(1));
+      carriesOfB[b] += static_cast<std::size_t>(std::popcount(static_cast<unsigned>(carry)));
+    }
+    _mm512_store_si512(carriesOfA + a, count);
+  }
+
+  // The sets are nested if, and only if, one side's counts follow from the other's: n bytes a carry
+  // with at least k bytes b when n is the kth largest count of the b.
+  std::size_t withCount[257] = {};  // bytes a of each count
+  std::size_t bOfAtLeast[258] = {};
+  for (const std::int64_t count : carriesOfA) ++withCount[count];
+  for (const std::size_t count : carriesOfB) ++bOfAtLeast[count];
+  for (std::size_t n = 256; n > 0; --n) bOfAtLeast[n - 1] += bOfAtLeast[n];
+  std::size_t rank = 0;
+  std::size_t ranks[257];
+  for (std::size_t count = 0; count <= 256; ++count) {
+    ranks[count] = rank;
+    for (std::size_t i = 0; i < withCount[count]; ++i, ++rank) {
+      // The byte a of this rank carries with every b that carries with 256 - rank bytes or more.
+      if (bOfAtLeast[256 - rank] != count) return false;
+    }
+  }
+  for (std::size_t v = 0; v < 256; ++v) {
+    rankA[v] = static_cast<std::uint8_t>(ranks[carriesOfA[v]]++);
+    const std::uint32_t always = carriesOfB[v] == 256 ? 1 : 0;
+    wholeB[v] = static_cast<std::uint8_t>(static_cast<std::uint32_t>(wholeOfB[v]) + always);
+    carryB[v] = static_cast<std::uint8_t>(carriesOfB[v]);
+  }
+  return true;
+}
+
+/// 256 bytes in registers.
+class ByteTable {
+ public:
+  explicit HWY_INLINE ByteTable(const std::uint8_t* table)
+      : part0_(_mm512_load_si512(table)),
+        part1_(_mm512_load_si512(table + 64)),
+        part2_(_mm512_load_si512(table + 128)),
+        part3_(_mm512_load_si512(table + 192)) {}
+
+  HWY_INLINE __m512i operator()(__m512i index, __mmask64 above) const {
+    return _mm512_mask_blend_epi8(above, _mm512_permutex2var_epi8(part0_, index, part1_),
+                                  _mm512_permutex2var_epi8(part2_, index, part3_));
+  }
+
+ private:
+  __m512i part0_, part1_, part2_, part3_;
+};
+
+void BlendByTables(const Rows& dst, const Source& a, const Source& b, const BlendTables& tables) {
+  const ByteTable wholeA(tables.wholeA);
+  const ByteTable rankA(tables.rankA);
+  const ByteTable wholeB(tables.wholeB);
+  const ByteTable carryB(tables.carryB);
+  FromSources(dst, a, b, [&](V8 pixelsA, V8 pixelsB) {
+    const __mmask64 aboveA = _mm512_movepi8_mask(pixelsA.raw);
+    const __mmask64 aboveB = _mm512_movepi8_mask(pixelsB.raw);
+    const __m512i rank = rankA(pixelsA.raw, aboveA);
+    const __m512i reached = _mm512_add_epi8(rank, carryB(pixelsB.raw, aboveB));
+    const __m512i whole = _mm512_add_epi8(wholeA(pixelsA.raw, aboveA), wholeB(pixelsB.raw, aboveB));
+    const __mmask64 carry = _mm512_cmplt_epu8_mask(reached, rank);
+    return V8{_mm512_mask_sub_epi8(whole, carry, whole, _mm512_set1_epi8(-1))};
+  });
+}
+
+/// From as many pixels on tables pay for their making.
+constexpr std::size_t kPixelsForTables = 1 << 15;
+
+#endif
+
+}  // namespace
+
+void Blend(const Rows& dst, const Source& a, double weightA, const Source& b, double weightB) {
+  if (!(255 * (std::fabs(weightA) + std::fabs(weightB)) < 2147483647.0)) {
+    kScalarRowKernels.blend(dst, a, weightA, b, weightB);
+    return;
+  }
+#if HWY_TARGET == HWY_AVX3_DL
+  if (dst.width * dst.height >= kPixelsForTables) {
+    BlendTables tables;
+    if (tables.Make(weightA, weightB)) {
+      BlendByTables(dst, a, b, tables);
+      return;
+    }
+  }
+#endif
+  BlendInDoubles(dst, a, weightA, b, weightB);
+}
+
+#endif
+
+}  // namespace HWY_NAMESPACE
+}  // namespace QPixMapKernels
+HWY_AFTER_NAMESPACE();
