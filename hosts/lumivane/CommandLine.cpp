@@ -24,6 +24,8 @@ std::unique_ptr<CLI::App> MakeCommandLine(int* result) {
   AddFileCommands(*app, result);
   AddImageCommands(*app, result);
   AddVideoCommands(*app, result);
+  AddCompletionCommand(*app, result);
+  AddManualCommand(*app, result);
   return app;
 }
 

@@ -96,5 +96,7 @@ void AddStreamCommands(CLI::App& app, int* result);
 void AddDoctorCommand(CLI::App& app, int* result);
 void AddCameraCommands(CLI::App& app, int* result);
 void AddAttributesCommand(CLI::App& app, int* result);
+void AddCompletionCommand(CLI::App& app, int* result);
+void AddManualCommand(CLI::App& app, int* result);
 
 }  // namespace lumivane

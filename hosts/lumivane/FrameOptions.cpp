@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 
+#include "hosts/lumivane/OptionValues.h"
+
 namespace lumivane {
 namespace {
 
@@ -75,28 +77,34 @@ void AddFrameVerbs(CLI::App* command, FrameOperation* operation,
 
   CLI::App* const deinterlace =
       add("deinterlace", "Make two fields one progressive picture", FrameVerb::kDeinterlace);
-  AddParsed<XFrameFilters>(
-      deinterlace, "--method", &operation->filters, ParseDeinterlacing, "METHOD", "blend3",
-      "blend3: a vertical filter over three rows; blend2: the mean of each pair of rows; first: "
-      "rows 0, 2, 4 and so on stay, the others are made of them; second: the same with rows 1, 3, "
-      "5")
-      ->default_str("blend3");
+  NameChoices(AddParsed<XFrameFilters>(deinterlace, "--method", &operation->filters,
+                                       ParseDeinterlacing, "METHOD", "blend3",
+                                       "blend3: a vertical filter over three rows; blend2: the "
+                                       "mean of each pair of rows; first: "
+                                       "rows 0, 2, 4 and so on stay, the others are made of them; "
+                                       "second: the same with rows 1, 3, "
+                                       "5")
+                  ->default_str("blend3"),
+              {"blend3", "blend2", "first", "second"});
 
   CLI::App* const field = add("field", "Take one field: every second row", FrameVerb::kField);
-  AddParsed<int>(field, "--field", &operation->field, ParseField, "FIELD", "top or bottom",
-                 "top: rows 0, 2, 4 and so on; bottom: rows 1, 3, 5 and so on")
-      ->default_str("top");
+  NameChoices(
+      AddParsed<int>(field, "--field", &operation->field, ParseField, "FIELD", "top or bottom",
+                     "top: rows 0, 2, 4 and so on; bottom: rows 1, 3, 5 and so on")
+          ->default_str("top"),
+      {"top", "bottom"});
   field->add_flag_callback(
       "--clear", [operation] { operation->verb = FrameVerb::kClearField; },
       "Blacken that field's rows and keep the size");
 
   CLI::App* const resize = add("resize", "Scale to another size", FrameVerb::kResize);
   AddSize(resize, &operation->size, "The new size")->required();
-  AddParsed<ResizeMethod>(resize, "--method", &operation->method, ParseResizing, "METHOD",
-                          "bilinear",
-                          "bilinear, nearest, fields (bilinear, each field for itself) or auto: by "
-                          "fields if the stream says it is interlaced, else bilinear")
-      ->default_str("auto");
+  NameChoices(AddParsed<ResizeMethod>(
+                  resize, "--method", &operation->method, ParseResizing, "METHOD", "bilinear",
+                  "bilinear, nearest, fields (bilinear, each field for itself) or auto: by "
+                  "fields if the stream says it is interlaced, else bilinear")
+                  ->default_str("auto"),
+              {"auto", "bilinear", "nearest", "fields"});
 
   CLI::App* const blacken =
       add("blacken-edges", "Blacken a border, with a soft inner edge", FrameVerb::kBlackenEdges);

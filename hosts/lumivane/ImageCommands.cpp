@@ -4,6 +4,7 @@
 
 #include "hosts/lumivane/FrameOptions.h"
 #include "hosts/lumivane/ImageVerbs.h"
+#include "hosts/lumivane/OptionValues.h"
 #include "hosts/lumivane/PictureCommands.h"
 
 namespace lumivane {
@@ -68,10 +69,11 @@ class Builder {
 
   void AddFiles(CLI::App* verb, const std::vector<const char*>& inputs, const char* output) {
     for (std::size_t i = 0; i < inputs.size(); ++i) {
-      verb->add_option(std::string("in") + std::to_string(i + 1), state_->inputs[i],
-                       "A file; -: standard input")
-          ->type_name(inputs[i])
-          ->required();
+      CompleteFrom(verb->add_option(std::string("in") + std::to_string(i + 1), state_->inputs[i],
+                                    "A file; -: standard input")
+                       ->type_name(inputs[i])
+                       ->required(),
+                   ValueSource::kFile);
     }
     verb->add_option("out", state_->options.out, "The file to write; -: standard output")
         ->type_name(output)
@@ -172,7 +174,7 @@ void AddVideoVerbs(Builder& add, const StatePtr& state) {
       ->capture_default_str();
   CLI::Option* const mask =
       wipe->add_option("--mask", options->mask, "A picture whose brightest parts change first")
-          ->type_name("PICTURE");
+          ->type_name("FILE");
   CLI::Option* const partA = AddParsed<std::array<int, 4>>(
       wipe, "--part-a", &state->partA, ParsePart, "X,Y,W,H", "0,0,320,480",
       "Instead: this part of A, then --part-b of B, each at its own place");
@@ -215,7 +217,7 @@ void AddManyFiles(CLI::App* image, const StatePtr& state) {
   });
 
   CLI::App* const info = image->add_subcommand("info", "Say what is in picture files");
-  info->add_option("files", options->in, "Picture files")->type_name("IN...")->required();
+  info->add_option("files", options->in, "Picture files")->type_name("FILE")->required();
   info->add_flag("--json", options->json, "Print it as JSON");
   info->callback([state] { *state->result = RunImage(ImageInfo, state->options); });
 }

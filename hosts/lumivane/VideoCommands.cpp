@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "hosts/lumivane/FrameOptions.h"
+#include "hosts/lumivane/OptionValues.h"
 #include "hosts/lumivane/PictureCommands.h"
 #include "hosts/lumivane/Video.h"
 
@@ -24,9 +25,8 @@ void AddVideoCommands(CLI::App& app, int* result) {
   video->footer(
       "Frames go from IN to OUT one by one; - is standard input or output. They are Y4M, 8 bits "
       "(ffmpeg: -f yuv4mpegpipe), or raw with --raw.\n"
-      "ffmpeg -i IN -pix_fmt yuv422p -f yuv4mpegpipe - | lumivane video deinterlace - - | ffmpeg "
-      "-i "
-      "- OUT");
+      "  ffmpeg -i IN -pix_fmt yuv422p -f yuv4mpegpipe - |\n"
+      "    lumivane video deinterlace - - | ffmpeg -i - OUT");
   const auto files = [options](CLI::App* verb) {
     verb->add_option("in", options->in, "The stream to read; -: standard input")
         ->type_name("IN")
@@ -34,9 +34,10 @@ void AddVideoCommands(CLI::App& app, int* result) {
     verb->add_option("out", options->out, "The stream to write; -: standard output")
         ->type_name("OUT")
         ->capture_default_str();
-    AddParsed<std::optional<StreamForm>>(verb, "--raw", &options->raw, ParseRaw, "FORMAT",
-                                         "uyvy422 or argb",
-                                         "Frames without headers: uyvy422 or argb");
+    NameChoices(
+        AddParsed<std::optional<StreamForm>>(verb, "--raw", &options->raw, ParseRaw, "FORMAT",
+                                             "uyvy422 or argb", "Frames without headers"),
+        {"uyvy422", "argb"});
     // `resize` has a --size of its own.
     const char* const size = verb->get_name() == "resize" ? "--frame-size" : "--size,--frame-size";
     AddParsed<PictureSize>(verb, size, &options->rawSize, ParseSize, "WxH", "640x480",
