@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 
 #include "platform/CoreServices/MacMemory.h"
 #include "sdk/CoreGeometry/NormalValue.h"
@@ -11,11 +12,10 @@
 #include "sdk/QClasses/Q_2vuy_kernels.h"
 
 using CoreGeometry::NormalFloat;
+using Q_2vuy::RowKernels;
 using RasterGraphics::LumaCLUT;
 using RasterGraphics::LumaHistogram;
 using RasterGraphics::LumaMapping;
-using RasterGraphics::sUnusedHistogram;
-using RasterGraphics::sUnusedMapping;
 
 namespace {
 
@@ -29,6 +29,75 @@ constexpr SInt16 kNoColourTable = -1;
 constexpr unsigned int kNeutralChroma = 128;
 // Deliberately below video black: what was never written shows.
 constexpr unsigned int kUnwrittenLuma = 0;
+
+const RowKernels& Kernels() {
+  return Q_2vuy::CurrentRowKernels();
+}
+
+/// Rows from `y` on that are as wide as each other and lie equally far apart, in every frame.
+struct RowBlock {
+  int y;
+  int width;
+  int height;
+};
+
+/// Calls operation(block) for each block of rows. widthOf(y) says how many pixels of a row there
+/// are in all frames, 0 or below for none. This is where the rows of a frame would be shared out.
+template <typename WidthOf, typename Operation>
+void ForRowBlocks(int height, const WidthOf& widthOf, const Operation& operation) {
+  for (int y = 0; y < height;) {
+    RowBlock block{y, widthOf(y), 0};
+    do {
+      ++block.height;
+      ++y;
+    } while (y < height && widthOf(y) == block.width);
+    if (block.width > 0) operation(block);
+  }
+}
+
+/// The table's low bytes, with levels mapped before.
+struct LevelTable {
+  unsigned char bytes[256];
+
+  explicit LevelTable(const LumaCLUT& clut) {
+    for (int level = 0; level < 256; ++level) {
+      bytes[level] = static_cast<unsigned char>(clut[level]);
+    }
+  }
+  LevelTable(const LumaCLUT& clut, const LumaMapping& mapping) {
+    for (int level = 0; level < 256; ++level) {
+      const int bin = LumaMapping::BinOf(static_cast<unsigned char>(level));
+      const UInt64 mapped = UInt64{mapping[bin]} + LumaMapping::kLevelOfBin0;
+      bytes[level] =
+          static_cast<unsigned char>(clut[static_cast<int>(mapped > 255 ? 255 : mapped)]);
+    }
+  }
+};
+
+Q_2vuy::Order OrderOf(const Q_2vuy_format& format) {
+  return format._PixelFormat == '2vuy' ? Q_2vuy::Order::k2vuy : Q_2vuy::Order::kYuvs;
+}
+
+/// What as many additions of 1 give in single precision: they end where 1 is too small a step.
+float CountedOneByOne(UInt64 count) {
+  constexpr UInt64 kLargest = 1u << 24;
+  return static_cast<float>(std::min(count, kLargest));
+}
+
+LumaHistogram HistogramOf(const UInt32 (&counts)[256]) {
+  UInt64 bins[LumaHistogram::kBins] = {};
+  UInt64 total = 0;
+  for (int level = 0; level < 256; ++level) {
+    bins[LumaHistogram::BinOf(static_cast<unsigned char>(level))] += counts[level];
+    total += counts[level];
+  }
+  LumaHistogram histogram;
+  for (int bin = 0; bin < LumaHistogram::kBins; ++bin) {
+    histogram[bin] = CountedOneByOne(bins[bin]);
+  }
+  histogram.Total() = CountedOneByOne(total);
+  return histogram;
+}
 
 }  // namespace
 
@@ -254,55 +323,68 @@ int Q_2vuy_data::ReachableWidth(int y) const {
   return bytes >= SInt64{_Width} * 2 ? _Width : static_cast<int>(bytes / 4 * 2);
 }
 
-/// Calls operation(y, width) for every row that both frames have something of.
-template <typename RowOperation>
-void Q_2vuy_data::ForRows(const Q_2vuy_data& source, const RowOperation& operation) {
-  for (int y = 0; y < _Height; ++y) {
-    const int width = std::min(ReachableWidth(y), source.ReachableWidth(y));
-    if (width > 0) operation(y, width);
-  }
+Q_2vuy::Rows Q_2vuy_data::RowsFrom(const Q_2vuy_data& source, int y, int width, int height) {
+  return {source.Row(y), source._RowBytes, Row(y), _RowBytes, width, height};
+}
+
+/// The form for rows of `source` into this frame's. The vector forms take rows that are apart or
+/// the same.
+const RowKernels& Q_2vuy_data::KernelsFor(const Q_2vuy_data& source) const {
+  if (_PixelData == source._PixelData && _RowBytes == source._RowBytes) return Kernels();
+  const auto endOf = [](const Q_2vuy_data& frame) {
+    return frame._PixelData + std::max<SInt64>(frame._RowBytes, 0) * (frame._Height - 1) +
+           SInt64{frame._Width} * 2 + 2;
+  };
+  const std::less<const unsigned char*> before;
+  const bool apart = !before(_PixelData, endOf(source)) || !before(source._PixelData, endOf(*this));
+  return apart ? Kernels() : Q_2vuy::kScalarRowKernels;
 }
 
 void Q_2vuy_data::ConvertScanline_2vuy_to_ARGB(const unsigned char* src, unsigned char* dst,
                                                int width) {
-  Q_2vuy::CurrentRowKernels().to_ARGB(src, dst, width);
+  Kernels().conversion.to_ARGB({src, 0, dst, 0, width, 1});
 }
 
 template <>
 void Q_2vuy_data::ConvertScanline_ARGB_to_2vuy<false>(const unsigned char* src, unsigned char* dst,
                                                       int width, float /*opacity*/) {
-  Q_2vuy::CurrentRowKernels().from_ARGB(src, dst, width);
+  Kernels().conversion.from_ARGB({src, 0, dst, 0, width, 1});
 }
 
 template <>
 void Q_2vuy_data::ConvertScanline_ARGB_to_2vuy<true>(const unsigned char* src, unsigned char* dst,
                                                      int width, float opacity) {
-  Q_2vuy::CurrentRowKernels().over_ARGB(src, dst, width, opacity);
+  Kernels().conversion.over_ARGB({src, 0, dst, 0, width, 1}, opacity);
 }
 
 template <>
 void Q_2vuy_data::BlendScanline_2vuy<false>(unsigned char* dst, const unsigned char* a,
                                             const unsigned char* b, int width, float t,
                                             const unsigned char* /*mask*/) {
-  Q_2vuy::CurrentRowKernels().blend(dst, a, b, width, t);
+  Kernels().blends.blend({a, 0, b, 0, dst, 0, width, 1}, t);
 }
 
 template <>
 void Q_2vuy_data::BlendScanline_2vuy<true>(unsigned char* dst, const unsigned char* a,
                                            const unsigned char* b, int width, float t,
                                            const unsigned char* mask) {
-  Q_2vuy::CurrentRowKernels().blendMasked(dst, a, b, width, t, mask);
+  Kernels().blends.blendMasked({a, 0, b, 0, dst, 0, width, 1}, t, mask, 0);
 }
 
 // ---- Q_2vuy_data: frames
 
 bool Q_2vuy_data::CopyPixelsTo(CoreGraphics::BitmapContext& out) const {
   if (!CanCopyFormat(out)) return false;
-  for (int y = 0; y < _Height; ++y) {
-    unsigned char* scanline = out.CGGetStartOfScanline(static_cast<float>(_Height - 1 - y));
-    const int width = ReachableWidth(y);
-    if (scanline != nullptr) ConvertScanline_2vuy_to_ARGB(Row(y), scanline, width);
-  }
+  ForRowBlocks(
+      _Height, [&](int y) { return ReachableWidth(y); },
+      [&](const RowBlock& block) {
+        // Contexts count their scanlines from the bottom; memory runs from the top.
+        unsigned char* scanline =
+            out.CGGetStartOfScanline(static_cast<float>(_Height - 1 - block.y));
+        if (scanline == nullptr) return;
+        Kernels().conversion.to_ARGB(
+            {Row(block.y), _RowBytes, scanline, out.GetImageRowBytes(), block.width, block.height});
+      });
   return true;
 }
 
@@ -321,51 +403,49 @@ void Q_2vuy_data::CopyPixelsFromColor(unsigned int y, unsigned int cb, unsigned 
 
 void Q_2vuy_data::CopyPixelsFrom(const Q_2vuy_data& in_source) {
   if (!VERIFY(CanCopyFormat(in_source))) return;
-  if (in_source._PixelFormat == _PixelFormat) {
-    ForRows(in_source, [&](int y, int width) {
-      std::memmove(Row(y), in_source.Row(y), static_cast<std::size_t>(width) * 2);
-    });
-    return;
-  }
-  static const LumaCLUT sLinearCLUT;
-  ForRows(in_source, [&](int y, int width) {
-    if (in_source._PixelFormat != '2vuy') {
-      SwizzleScanline_XXXX_to_2vuy<'yuvs', false, false>(
-          in_source.Row(y), Row(y), width, sLinearCLUT, sUnusedHistogram, sUnusedMapping);
-    } else {
-      SwizzleScanline_XXXX_to_2vuy<'2vuy', false, false>(
-          in_source.Row(y), Row(y), width, sLinearCLUT, sUnusedHistogram, sUnusedMapping);
-    }
-  });
+  const bool swap = in_source._PixelFormat != _PixelFormat && in_source._PixelFormat != '2vuy';
+  const RowKernels& kernels = KernelsFor(in_source);
+  ForRowBlocks(
+      _Height, [&](int y) { return std::min(ReachableWidth(y), in_source.ReachableWidth(y)); },
+      [&](const RowBlock& block) {
+        if (swap) {
+          kernels.luma.swap(RowsFrom(in_source, block.y, block.width, block.height));
+          return;
+        }
+        for (int y = block.y; y < block.y + block.height; ++y) {
+          std::memmove(Row(y), in_source.Row(y), static_cast<std::size_t>(block.width) * 2);
+        }
+      });
 }
 
 void Q_2vuy_data::CopyPixelsFrom(const Q_2vuy_data& in_source, const LumaCLUT& clut) {
   if (!VERIFY(FormatCompatible(in_source))) return;
-  ForRows(in_source, [&](int y, int width) {
-    if (in_source._PixelFormat != '2vuy') {
-      SwizzleScanline_XXXX_to_2vuy<'yuvs', true, false>(in_source.Row(y), Row(y), width, clut,
-                                                        sUnusedHistogram, sUnusedMapping);
-    } else {
-      SwizzleScanline_XXXX_to_2vuy<'2vuy', true, false>(in_source.Row(y), Row(y), width, clut,
-                                                        sUnusedHistogram, sUnusedMapping);
-    }
-  });
+  const LevelTable table(clut);
+  const Q_2vuy::Order order = OrderOf(in_source);
+  const RowKernels& kernels = KernelsFor(in_source);
+  ForRowBlocks(
+      _Height, [&](int y) { return std::min(ReachableWidth(y), in_source.ReachableWidth(y)); },
+      [&](const RowBlock& block) {
+        kernels.luma.map(RowsFrom(in_source, block.y, block.width, block.height), order,
+                         table.bytes);
+      });
 }
 
 void Q_2vuy_data::CopyPixelsFrom(const Q_2vuy_data& in_source, const LumaCLUT& clut,
                                  LumaMapping& equalisation) {
   if (!VERIFY(FormatCompatible(in_source))) return;
-  LumaHistogram histogram;
-  ForRows(in_source, [&](int y, int width) {
-    if (in_source._PixelFormat != '2vuy') {
-      SwizzleScanline_XXXX_to_2vuy<'yuvs', true, true>(in_source.Row(y), Row(y), width, clut,
-                                                       histogram, equalisation);
-    } else {
-      SwizzleScanline_XXXX_to_2vuy<'2vuy', true, true>(in_source.Row(y), Row(y), width, clut,
-                                                       histogram, equalisation);
-    }
-  });
+  const LevelTable table(clut, equalisation);
+  const Q_2vuy::Order order = OrderOf(in_source);
+  const RowKernels& kernels = KernelsFor(in_source);
+  UInt32 counts[256] = {};
+  ForRowBlocks(
+      _Height, [&](int y) { return std::min(ReachableWidth(y), in_source.ReachableWidth(y)); },
+      [&](const RowBlock& block) {
+        kernels.luma.countAndMap(RowsFrom(in_source, block.y, block.width, block.height), order,
+                                 table.bytes, counts);
+      });
 
+  const LumaHistogram histogram = HistogramOf(counts);
   const float count = histogram.Total();
   if (count == 0.0f) return;
   equalisation.Total() = static_cast<UInt32>(count);
@@ -380,56 +460,76 @@ void Q_2vuy_data::CopyPixelsFrom(const Q_2vuy_data& in_source, const LumaCLUT& c
 
 void Q_2vuy_data::CopyPixelsFrom(const CoreGraphics::BitmapContext& in_source, bool composite) {
   if (!VERIFY(CanCopyFormat(in_source))) return;
-  for (int y = 0; y < _Height; ++y) {
-    const unsigned char* scanline =
-        in_source.CGGetStartOfScanline(static_cast<float>(_Height - 1 - y));
-    const int width = ReachableWidth(y);
-    if (scanline == nullptr || width <= 0) continue;
-    if (composite) {
-      ConvertScanline_ARGB_to_2vuy<true>(scanline, Row(y), width, 1.0f);
-    } else {
-      ConvertScanline_ARGB_to_2vuy<false>(scanline, Row(y), width, 1.0f);
-    }
-  }
+  const unsigned char* top = in_source.CGGetStartOfScanline(static_cast<float>(_Height - 1));
+  if (top != nullptr) CopyFromARGB(top, in_source.GetImageRowBytes(), composite);
 }
 
 void Q_2vuy_data::CopyPixelsFrom(const QGWorld& in_source, bool composite) {
   if (!VERIFY(CanCopyFormat(in_source))) return;
-  for (int y = 0; y < _Height; ++y) {
-    const unsigned char* scanline = QPixMap_GetStartOfScanLine(in_source.GetPixMap(), y);
-    const int width = ReachableWidth(y);
-    if (scanline == nullptr || width <= 0) continue;
-    if (composite) {
-      ConvertScanline_ARGB_to_2vuy<true>(scanline, Row(y), width, 1.0f);
-    } else {
-      ConvertScanline_ARGB_to_2vuy<false>(scanline, Row(y), width, 1.0f);
-    }
+  const unsigned char* top = QPixMap_GetStartOfScanLine(in_source.GetPixMap(), 0);
+  if (top != nullptr) {
+    CopyFromARGB(top, QPixMap_GetRowBytes(in_source.GetPixMap()), composite);
   }
+}
+
+/// From ARGB rows, the top one first.
+void Q_2vuy_data::CopyFromARGB(const unsigned char* top, std::ptrdiff_t rowBytes, bool composite) {
+  ForRowBlocks(
+      _Height, [&](int y) { return ReachableWidth(y); },
+      [&](const RowBlock& block) {
+        const Q_2vuy::Rows rows{
+            top + block.y * rowBytes, rowBytes, Row(block.y), _RowBytes, block.width, block.height};
+        if (composite) {
+          Kernels().conversion.over_ARGB(rows, 1.0f);
+        } else {
+          Kernels().conversion.from_ARGB(rows);
+        }
+      });
+}
+
+/// The form for a blend of two sources.
+const RowKernels& Q_2vuy_data::KernelsFor(const Q_2vuy_data& a, const Q_2vuy_data& b) const {
+  const RowKernels& kernels = KernelsFor(a);
+  return &kernels == &Kernels() ? KernelsFor(b) : kernels;
+}
+
+Q_2vuy::BlendRows Q_2vuy_data::RowsFrom(const Q_2vuy_data& a, const Q_2vuy_data& b, int y,
+                                        int width, int height) {
+  return {a.Row(y), a._RowBytes, b.Row(y), b._RowBytes, Row(y), _RowBytes, width, height};
+}
+
+int Q_2vuy_data::ReachableWidth(const Q_2vuy_data& a, const Q_2vuy_data& b, int y) const {
+  return std::min({ReachableWidth(y), a.ReachableWidth(y), b.ReachableWidth(y)});
 }
 
 void Q_2vuy_data::CopyPixelsFrom(const Q_2vuy_data& in_sourceA, const Q_2vuy_data& in_sourceB,
                                  float t) {
   if (!VERIFY(FormatCompatible(in_sourceA)) || !VERIFY(FormatCompatible(in_sourceB))) return;
   const NormalFloat weight(t);
-  ForRows(in_sourceA, [&](int y, int width) {
-    BlendScanline_2vuy<false>(Row(y), in_sourceA.Row(y), in_sourceB.Row(y),
-                              std::min(width, in_sourceB.ReachableWidth(y)), weight, nullptr);
-  });
+  const RowKernels& kernels = KernelsFor(in_sourceA, in_sourceB);
+  ForRowBlocks(
+      _Height, [&](int y) { return ReachableWidth(in_sourceA, in_sourceB, y); },
+      [&](const RowBlock& block) {
+        kernels.blends.blend(RowsFrom(in_sourceA, in_sourceB, block.y, block.width, block.height),
+                             weight);
+      });
 }
 
 void Q_2vuy_data::WipePixelsFrom(const Q_2vuy_data& in_sourceA, const Q_2vuy_data& in_sourceB,
                                  const CoreGraphics::MaskContext& mask, float t) {
   if (!VERIFY(FormatCompatible(in_sourceA)) || !VERIFY(FormatCompatible(in_sourceB))) return;
   const NormalFloat weight(t);
-  ForRows(in_sourceA, [&](int y, int width) {
-    const unsigned char* levels = mask.QDGetStartOfScanline(y);
-    if (levels == nullptr) return;
+  const RowKernels& kernels = KernelsFor(in_sourceA, in_sourceB);
+  const auto widthOf = [&](int y) {
+    const int width = ReachableWidth(in_sourceA, in_sourceB, y);
+    if (width <= 0 || mask.QDGetStartOfScanline(y) == nullptr) return 0;
     const UInt32 levelsLeft =
         mask.GetImageDataSize() - static_cast<UInt32>(y) * mask.GetImageRowBytes();
-    const int masked =
-        levelsLeft < static_cast<UInt32>(width) ? static_cast<int>(levelsLeft) & ~1 : width;
-    BlendScanline_2vuy<true>(Row(y), in_sourceA.Row(y), in_sourceB.Row(y),
-                             std::min(masked, in_sourceB.ReachableWidth(y)), weight, levels);
+    return levelsLeft < static_cast<UInt32>(width) ? static_cast<int>(levelsLeft) & ~1 : width;
+  };
+  ForRowBlocks(_Height, widthOf, [&](const RowBlock& block) {
+    kernels.blends.blendMasked(RowsFrom(in_sourceA, in_sourceB, block.y, block.width, block.height),
+                               weight, mask.QDGetStartOfScanline(block.y), mask.GetImageRowBytes());
   });
 }
 

@@ -12,6 +12,7 @@
 #include "sdk/CoreG/namespace_CoreGraphics_MaskContext.h"
 #include "sdk/QClasses/QGWorld.h"
 #include "sdk/QClasses/QImageDescription.h"
+#include "sdk/QClasses/Q_2vuy_kernels.h"
 #include "sdk/QClasses/RasterGraphics.h"
 
 /// Geometry and pixel format of a frame.
@@ -139,9 +140,14 @@ class Q_2vuy_data : public Q_2vuy_format {
 
  private:
   int ReachableWidth(int y) const;
+  int ReachableWidth(const Q_2vuy_data& a, const Q_2vuy_data& b, int y) const;
   unsigned char* Row(int y) const;
-  template <typename RowOperation>
-  void ForRows(const Q_2vuy_data& source, const RowOperation& operation);
+  Q_2vuy::Rows RowsFrom(const Q_2vuy_data& source, int y, int width, int height);
+  Q_2vuy::BlendRows RowsFrom(const Q_2vuy_data& a, const Q_2vuy_data& b, int y, int width,
+                             int height);
+  const Q_2vuy::RowKernels& KernelsFor(const Q_2vuy_data& source) const;
+  const Q_2vuy::RowKernels& KernelsFor(const Q_2vuy_data& a, const Q_2vuy_data& b) const;
+  void CopyFromARGB(const unsigned char* top, std::ptrdiff_t rowBytes, bool composite);
   bool CopyPart(const Q_2vuy_data& source, const QRect& part);
 };
 

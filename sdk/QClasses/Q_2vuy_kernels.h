@@ -1,17 +1,20 @@
-// Row kernels of the 4:2:2 engine: one scanline between packed 4:2:2 video and 32-bit ARGB, and the
-// blends of two 4:2:2 scanlines.
+// Row kernels of the 4:2:2 engine: rows between packed 4:2:2 video and 32-bit ARGB, the order and
+// the levels of 4:2:2 rows, and the blends of two of them.
 //
-// Layouts, in memory order: '2vuy' is Cb, Y0, Cr, Y1 for two pixels; ARGB is A, R, G, B for one.
-// Samples are unsigned 8-bit, luma in video range (black 16, white 235), chroma centred on 128.
+// Layouts, in memory order: '2vuy' is Cb, Y0, Cr, Y1 for two pixels, 'yuvs' Y0, Cb, Y1, Cr; ARGB is
+// A, R, G, B for one. Samples are unsigned 8-bit, luma in video range (black 16, white 235), chroma
+// centred on 128.
 //
 // Every kernel walks pixel pairs while the pixel index is below `width`: an odd width reads and
-// writes its last pair whole, one pixel more than asked, and a width of 0 or below does nothing.
-// Rows may start at any address. Source and destination do not overlap, except that a blend's
-// destination may be one of its sources. Safe from any thread; cannot fail.
+// writes its last pair whole, one pixel more than asked, and a width or a height of 0 or below does
+// nothing. Rows may start at any address and lie any number of bytes apart, also upwards. The
+// destination's rows are a source's own rows, where it has rows of the same size, or apart from all
+// sources. Nothing outside the pairs is touched. Safe from any thread; cannot fail.
 //
-// The scalar form is the definition; the vector form gives the same bytes for every input.
+// The scalar form is the definition; the vector forms give the same bytes for every input.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string_view>
@@ -36,42 +39,96 @@ inline constexpr float const_cb = YCrCb_coef[2];
 inline constexpr float const_cu = 0.53885114f;  ///< 0.5 / (1 - 0.0721): scale of B - Y
 inline constexpr float const_cv = 0.63492066f;  ///< 0.5 / (1 - 0.2125): scale of R - Y
 
-struct RowKernels {
+/// Rows of one frame and where they go.
+struct Rows {
+  const std::uint8_t* src;
+  std::ptrdiff_t srcRowBytes;
+  std::uint8_t* dst;
+  std::ptrdiff_t dstRowBytes;
+  int width;   ///< pixels
+  int height;  ///< rows
+};
+
+/// Rows of two 4:2:2 frames, blended into those of a third one.
+struct BlendRows {
+  const std::uint8_t* a;
+  std::ptrdiff_t aRowBytes;
+  const std::uint8_t* b;
+  std::ptrdiff_t bRowBytes;
+  std::uint8_t* dst;
+  std::ptrdiff_t dstRowBytes;
+  int width;
+  int height;
+};
+
+/// Where the luma bytes of a source are; the destination is always '2vuy'.
+enum class Order { k2vuy, kYuvs };
+
+struct ConversionKernels {
   std::string_view name;
 
   /// 2vuy to opaque ARGB. The Cr byte is not read: every pixel gets the Cr column of the matrix
   /// once. Luma below 16 gives black whatever the chroma.
-  void (*to_ARGB)(const std::uint8_t* src, std::uint8_t* dst, int width);
+  void (*to_ARGB)(const Rows& rows);
 
   /// ARGB to 2vuy, alpha ignored; the pair's chroma is the mean of its pixels', rounded down.
-  void (*from_ARGB)(const std::uint8_t* src, std::uint8_t* dst, int width);
+  void (*from_ARGB)(const Rows& rows);
 
   /// ARGB composited over the 2vuy in `dst` with its own alpha times `opacity`. Results keep their
   /// low 8 bits: the second luma of a pair, which mixes both pixels' weights, can wrap.
-  void (*over_ARGB)(const std::uint8_t* src, std::uint8_t* dst, int width, float opacity);
-
-  /// dst = a * (1 - t) + b * t for each byte, in single precision, truncated.
-  void (*blend)(std::uint8_t* dst, const std::uint8_t* a, const std::uint8_t* b, int width,
-                float t);
-
-  /// The same with a weight of its own for each pixel: w = 2 t (mask / 255 + t), at most 1. `mask`
-  /// is one byte a pixel.
-  void (*blendMasked)(std::uint8_t* dst, const std::uint8_t* a, const std::uint8_t* b, int width,
-                      float t, const std::uint8_t* mask);
+  void (*over_ARGB)(const Rows& rows, float opacity);
 };
 
-/// The forms usable on this machine, best first, "scalar" last.
+struct LumaKernels {
+  std::string_view name;
+
+  /// 'yuvs' to '2vuy', which is also '2vuy' to 'yuvs'.
+  void (*swap)(const Rows& rows);
+
+  /// To 2vuy with luma through `table`, 256 bytes.
+  void (*map)(const Rows& rows, Order order, const std::uint8_t* table);
+
+  /// The same, and adds the number of times that each level occurs to the 256 `counts`.
+  void (*countAndMap)(const Rows& rows, Order order, const std::uint8_t* table,
+                      std::uint32_t* counts);
+};
+
+struct BlendKernels {
+  std::string_view name;
+
+  /// dst = a * (1 - t) + b * t for each byte, in single precision, truncated.
+  void (*blend)(const BlendRows& rows, float t);
+
+  /// The same with a weight of its own for each pixel: w = 2 t (mask / 255 + t), at most 1. `mask`
+  /// is one byte a pixel, its rows `maskRowBytes` apart.
+  void (*blendMasked)(const BlendRows& rows, float t, const std::uint8_t* mask,
+                      std::ptrdiff_t maskRowBytes);
+};
+
+/// One form: everything, compiled for one instruction set.
+struct RowKernels {
+  std::string_view name;
+  ConversionKernels conversion;
+  LumaKernels luma;
+  BlendKernels blends;
+};
+
+/// The forms usable on this machine, one for each of its instruction sets by that set's name, best
+/// first, "scalar" last.
 std::span<const RowKernels> AvailableRowKernels();
 /// The form in use: the best one, unless another was selected.
 const RowKernels& CurrentRowKernels();
-/// For tests, benchmarks and bug reports: uses the named form from now on, in this process. False,
-/// with nothing changed, when there is no such form.
+/// For tests, benchmarks and bug reports: uses the named form from now on, in this process;
+/// "vector" is the best one. False, with nothing changed, when there is no such form.
 bool SelectRowKernels(std::string_view name);
 
 /// The definitions, straight from the rules.
 extern const RowKernels kScalarRowKernels;
-/// The vector forms, for the best instruction set of this machine at the first call.
-const RowKernels& VectorRowKernels();
+
+/// What the list is made of: the same instruction sets in the same order.
+std::span<const ConversionKernels> AvailableConversionKernels();
+std::span<const LumaKernels> AvailableLumaKernels();
+std::span<const BlendKernels> AvailableBlendKernels();
 
 /// The engine's rounding: widened to double, 0.49999999 added, truncated toward zero, so that a
 /// half rounds down. What lies beyond the 32-bit range, and NaN, becomes the most negative integer,

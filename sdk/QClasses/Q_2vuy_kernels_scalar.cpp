@@ -36,12 +36,24 @@ void PixelToARGB(std::uint8_t luma, float cb, std::uint8_t* argb) {
   argb[3] = ClampChannel((yuv_b_709[0] * y + yuv_b_709[1] * cb) + yuv_b_709[2]);
 }
 
-void ToARGB(const std::uint8_t* src, std::uint8_t* dst, int width) {
-  for (int x = 0; x < width; x += 2, src += 4, dst += 8) {
+/// Calls pair(source, destination) for every pair of pixels.
+template <typename Pair>
+void ForPairs(const Rows& rows, int srcPairBytes, int dstPairBytes, const Pair& pair) {
+  for (int y = 0; y < rows.height; ++y) {
+    const std::uint8_t* src = rows.src + y * rows.srcRowBytes;
+    std::uint8_t* dst = rows.dst + y * rows.dstRowBytes;
+    for (int x = 0; x < rows.width; x += 2, src += srcPairBytes, dst += dstPairBytes) {
+      pair(src, dst);
+    }
+  }
+}
+
+void ToARGB(const Rows& rows) {
+  ForPairs(rows, 4, 8, [](const std::uint8_t* src, std::uint8_t* dst) {
     const float cb = static_cast<float>(static_cast<std::int32_t>(src[0]) - 128);
     PixelToARGB(src[1], cb, dst);
     PixelToARGB(src[3], cb, dst + 4);
-  }
+  });
 }
 
 struct Pixel422 {
@@ -79,24 +91,24 @@ Pair422 FromPair(const std::uint8_t* argb) {
   return {(p0.cb + p1.cb) >> 1, p0.y, (p0.cr + p1.cr) >> 1, p1.y};
 }
 
-void FromARGB(const std::uint8_t* src, std::uint8_t* dst, int width) {
-  for (int x = 0; x < width; x += 2, src += 8, dst += 4) {
+void FromARGB(const Rows& rows) {
+  ForPairs(rows, 8, 4, [](const std::uint8_t* src, std::uint8_t* dst) {
     const Pair422 pair = FromPair(src);
     dst[0] = Low8(pair.cb);
     dst[1] = Low8(pair.y0);
     dst[2] = Low8(pair.cr);
     dst[3] = Low8(pair.y1);
-  }
+  });
 }
 
-void OverARGB(const std::uint8_t* src, std::uint8_t* dst, int width, float opacity) {
+void OverARGB(const Rows& rows, float opacity) {
   const auto weight = [opacity](std::uint8_t alpha) {
     return static_cast<float>(alpha / 255.0 * static_cast<double>(opacity));
   };
   const auto mix = [](std::uint8_t old, float keep, std::int32_t now, float take) {
     return Low8(Truncate(static_cast<float>(old) * keep + static_cast<float>(now) * take));
   };
-  for (int x = 0; x < width; x += 2, src += 8, dst += 4) {
+  ForPairs(rows, 8, 4, [&](const std::uint8_t* src, std::uint8_t* dst) {
     const Pair422 pair = FromPair(src);
     const float a0 = weight(src[0]);
     const float a1 = weight(src[4]);
@@ -108,7 +120,36 @@ void OverARGB(const std::uint8_t* src, std::uint8_t* dst, int width, float opaci
     dst[2] = mix(dst[2], keep, pair.cr, take);
     // The second luma keeps with the first pixel's weight: the engine's rule.
     dst[3] = mix(dst[3], w0, pair.y1, a1);
-  }
+  });
+}
+
+void Swap(const Rows& rows) {
+  ForPairs(rows, 4, 4, [](const std::uint8_t* src, std::uint8_t* dst) {
+    const std::uint8_t unit[4] = {src[1], src[0], src[3], src[2]};
+    for (int i = 0; i < 4; ++i) dst[i] = unit[i];
+  });
+}
+
+/// Calls luma(level) for each, in the order of the pixels.
+template <typename Luma>
+void MapLuma(const Rows& rows, Order order, const Luma& luma) {
+  const int y = order == Order::k2vuy ? 1 : 0;
+  const int c = 1 - y;
+  ForPairs(rows, 4, 4, [&](const std::uint8_t* src, std::uint8_t* dst) {
+    const std::uint8_t unit[4] = {src[c], luma(src[y]), src[c + 2], luma(src[y + 2])};
+    for (int i = 0; i < 4; ++i) dst[i] = unit[i];
+  });
+}
+
+void Map(const Rows& rows, Order order, const std::uint8_t* table) {
+  MapLuma(rows, order, [table](std::uint8_t level) { return table[level]; });
+}
+
+void CountAndMap(const Rows& rows, Order order, const std::uint8_t* table, std::uint32_t* counts) {
+  MapLuma(rows, order, [=](std::uint8_t level) {
+    ++counts[level];
+    return table[level];
+  });
 }
 
 /// Negative (and NaN) is 0, then the low byte of what is left.
@@ -117,13 +158,23 @@ std::uint8_t BlendedByte(float value) {
   return Low8(Truncate(value));
 }
 
-void Blend(std::uint8_t* dst, const std::uint8_t* a, const std::uint8_t* b, int width, float t) {
+/// Calls pair(destination, a, b, x) for every pair of pixels, row by row.
+template <typename Pair>
+void ForBlendedPairs(const BlendRows& rows, int y, const Pair& pair) {
+  std::uint8_t* dst = rows.dst + y * rows.dstRowBytes;
+  const std::uint8_t* a = rows.a + y * rows.aRowBytes;
+  const std::uint8_t* b = rows.b + y * rows.bRowBytes;
+  for (int x = 0; x < rows.width; x += 2, dst += 4, a += 4, b += 4) pair(dst, a, b, x);
+}
+
+void Blend(const BlendRows& rows, float t) {
   const float keep = 1.0f - t;
-  for (int x = 0; x < width; x += 2, dst += 4, a += 4, b += 4) {
+  const auto pair = [=](std::uint8_t* dst, const std::uint8_t* a, const std::uint8_t* b, int) {
     for (int i = 0; i < 4; ++i) {
       dst[i] = BlendedByte(static_cast<float>(a[i]) * keep + static_cast<float>(b[i]) * t);
     }
-  }
+  };
+  for (int y = 0; y < rows.height; ++y) ForBlendedPairs(rows, y, pair);
 }
 
 struct Weight {
@@ -138,19 +189,23 @@ Weight MaskWeight(std::uint8_t mask, float t) {
   return {w, 1.0f - w};
 }
 
-void BlendMasked(std::uint8_t* dst, const std::uint8_t* a, const std::uint8_t* b, int width,
-                 float t, const std::uint8_t* mask) {
-  for (int x = 0; x < width; x += 2, dst += 4, a += 4, b += 4, mask += 2) {
-    const Weight p0 = MaskWeight(mask[0], t);
-    const Weight p1 = MaskWeight(mask[1], t);
-    const Weight chroma{(p0.take + p1.take) / 2.0f, (p0.keep + p1.keep) / 2.0f};
-    const auto mix = [&](int i, const Weight& w) {
-      dst[i] = BlendedByte(static_cast<float>(a[i]) * w.keep + static_cast<float>(b[i]) * w.take);
-    };
-    mix(0, chroma);
-    mix(1, p0);
-    mix(2, chroma);
-    mix(3, p1);
+void BlendMasked(const BlendRows& rows, float t, const std::uint8_t* mask,
+                 std::ptrdiff_t maskRowBytes) {
+  for (int y = 0; y < rows.height; ++y, mask += maskRowBytes) {
+    ForBlendedPairs(
+        rows, y, [=](std::uint8_t* dst, const std::uint8_t* a, const std::uint8_t* b, int x) {
+          const Weight p0 = MaskWeight(mask[x], t);
+          const Weight p1 = MaskWeight(mask[x + 1], t);
+          const Weight chroma{(p0.take + p1.take) / 2.0f, (p0.keep + p1.keep) / 2.0f};
+          const auto mix = [&](int i, const Weight& w) {
+            dst[i] =
+                BlendedByte(static_cast<float>(a[i]) * w.keep + static_cast<float>(b[i]) * w.take);
+          };
+          mix(0, chroma);
+          mix(1, p0);
+          mix(2, chroma);
+          mix(3, p1);
+        });
   }
 }
 
@@ -163,6 +218,9 @@ std::int32_t Truncate(float value) {
   return TruncateDouble(static_cast<double>(value));
 }
 
-const RowKernels kScalarRowKernels = {"scalar", ToARGB, FromARGB, OverARGB, Blend, BlendMasked};
+const RowKernels kScalarRowKernels = {"scalar",
+                                      {"scalar", ToARGB, FromARGB, OverARGB},
+                                      {"scalar", Swap, Map, CountAndMap},
+                                      {"scalar", Blend, BlendMasked}};
 
 }  // namespace Q_2vuy

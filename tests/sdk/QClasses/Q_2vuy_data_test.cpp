@@ -11,6 +11,7 @@
 #include "platform/CoreServices/MacMemory.h"
 #include "sdk/QClasses/QPixMap.h"
 #include "sdk/QClasses/Q_2vuy_kernels.h"
+#include "tests/sdk/QClasses/Q_2vuy_rows.h"
 #include "tests/support/LogCapture.h"
 
 namespace {
@@ -395,7 +396,7 @@ TEST(Q2vuyData, ToABitmapContextKeepsTheOrderOfRowsInMemory) {
     ASSERT_TRUE(frame.data.CopyPixelsTo(context));
     Bytes want(static_cast<std::size_t>(4 * width + 4));
     for (int y = 0; y < 7; ++y) {
-      Q_2vuy::kScalarRowKernels.to_ARGB(frame.row(y), want.data(), width);
+      test::rows::to_ARGB(Q_2vuy::kScalarRowKernels, frame.row(y), want.data(), width);
       const unsigned char* got = context.QDGetStartOfScanline(y);
       EXPECT_EQ(got, context.CGGetStartOfScanline(static_cast<float>(6 - y)));
       EXPECT_EQ(Bytes(got, got + 4 * width), Bytes(want.begin(), want.begin() + 4 * width))
@@ -417,9 +418,9 @@ TEST(Q2vuyData, FromABitmapContext) {
     for (int y = 0; y < 5; ++y) {
       const unsigned char* src = context.QDGetStartOfScanline(y);
       if (composite) {
-        Q_2vuy::kScalarRowKernels.over_ARGB(src, want.row(y), 6, 1.0f);
+        test::rows::over_ARGB(Q_2vuy::kScalarRowKernels, src, want.row(y), 6, 1.0f);
       } else {
-        Q_2vuy::kScalarRowKernels.from_ARGB(src, want.row(y), 6);
+        test::rows::from_ARGB(Q_2vuy::kScalarRowKernels, src, want.row(y), 6);
       }
     }
     EXPECT_EQ(frame.bytes, want.bytes) << composite;
@@ -441,9 +442,9 @@ TEST(Q2vuyData, FromAWorld) {
     for (int y = 0; y < 5; ++y) {
       const unsigned char* src = QPixMap_GetStartOfScanLine(world.GetPixMap(), y);
       if (composite) {
-        Q_2vuy::kScalarRowKernels.over_ARGB(src, want.row(y), 6, 1.0f);
+        test::rows::over_ARGB(Q_2vuy::kScalarRowKernels, src, want.row(y), 6, 1.0f);
       } else {
-        Q_2vuy::kScalarRowKernels.from_ARGB(src, want.row(y), 6);
+        test::rows::from_ARGB(Q_2vuy::kScalarRowKernels, src, want.row(y), 6);
       }
     }
     EXPECT_EQ(frame.bytes, want.bytes) << composite;
@@ -663,7 +664,7 @@ TEST(Q2vuyBlend, FadesAndLimitsItsWeight) {
     const float limited = t < 0 ? 0 : t > 1 ? 1 : t;
     for (int y = 0; y < 3; ++y) {
       Bytes want(68);
-      Q_2vuy::kScalarRowKernels.blend(want.data(), a.row(y), b.row(y), 34, limited);
+      test::rows::blend(Q_2vuy::kScalarRowKernels, want.data(), a.row(y), b.row(y), 34, limited);
       EXPECT_EQ(to.Pixels(y), want) << t;
       if (limited == 0) {
         EXPECT_EQ(to.Pixels(y), a.Pixels(y));
@@ -695,8 +696,8 @@ TEST(Q2vuyWipe, ByMaskUsesItsRowsFromTheTop) {
     const float limited = t < 0 ? 0 : t > 1 ? 1 : t;
     for (int y = 0; y < 4; ++y) {
       Bytes want(16);
-      Q_2vuy::kScalarRowKernels.blendMasked(want.data(), a.row(y), b.row(y), 8, limited,
-                                            mask.QDGetStartOfScanline(y));
+      test::rows::blendMasked(Q_2vuy::kScalarRowKernels, want.data(), a.row(y), b.row(y), 8,
+                              limited, mask.QDGetStartOfScanline(y));
       EXPECT_EQ(to.Pixels(y), want) << t;
     }
   }

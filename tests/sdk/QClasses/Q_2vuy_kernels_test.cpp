@@ -9,6 +9,7 @@
 #include <random>
 #include <vector>
 
+#include "tests/sdk/QClasses/Q_2vuy_rows.h"
 #include "tests/support/Exhaustive.h"
 
 namespace {
@@ -16,6 +17,7 @@ namespace {
 using Bytes = std::vector<std::uint8_t>;
 using Q_2vuy::AvailableRowKernels;
 using Q_2vuy::RowKernels;
+using namespace test::rows;
 
 // The rules once more, written to be obvious: long double nowhere, one step a line.
 namespace oracle {
@@ -197,7 +199,7 @@ TEST(Q2vuyKernels, ToARGBOverEveryChromaAndLuma) {
         src[4 * y + 3] = std::uint8_t(255 - y);
       }
       Bytes dst(8 * 256);
-      k.to_ARGB(src.data(), dst.data(), 512);
+      to_ARGB(k, src.data(), dst.data(), 512);
       for (int y = 0; y < 256; ++y) {
         const auto first = oracle::ToARGB(std::uint8_t(y), std::uint8_t(cb));
         const auto second = oracle::ToARGB(std::uint8_t(255 - y), std::uint8_t(cb));
@@ -216,11 +218,11 @@ TEST(Q2vuyKernels, ToARGBKnownValues) {
     const std::uint8_t black[4] = {128, 16, 200, 16};
     const std::uint8_t below[4] = {240, 15, 0, 0};
     std::uint8_t out[8];
-    k.to_ARGB(white, out, 2);
+    to_ARGB(k, white, out, 2);
     EXPECT_EQ(Bytes(out, out + 8), (Bytes{255, 255, 254, 255, 255, 255, 254, 255})) << k.name;
-    k.to_ARGB(black, out, 2);
+    to_ARGB(k, black, out, 2);
     EXPECT_EQ(Bytes(out, out + 8), (Bytes{255, 2, 0, 0, 255, 2, 0, 0})) << k.name;
-    k.to_ARGB(below, out, 2);
+    to_ARGB(k, below, out, 2);
     EXPECT_EQ(Bytes(out, out + 8), (Bytes{255, 0, 0, 0, 255, 0, 0, 0})) << k.name;
   }
 }
@@ -254,7 +256,7 @@ TEST(Q2vuyKernels, FromARGBOverEveryColour) {
       }
       for (const RowKernels& k : AvailableRowKernels()) {
         Bytes got(4 * 256);
-        k.from_ARGB(src.data(), got.data(), 512);
+        from_ARGB(k, src.data(), got.data(), 512);
         ASSERT_EQ(got, want) << k.name << " r " << r << " g " << g;
       }
     }
@@ -265,7 +267,7 @@ TEST(Q2vuyKernels, FromARGBKnownValuesAndMeanRoundsDown) {
   for (const RowKernels& k : AvailableRowKernels()) {
     const std::uint8_t whiteBlack[8] = {255, 255, 255, 255, 0, 0, 0, 0};
     std::uint8_t out[4];
-    k.from_ARGB(whiteBlack, out, 2);
+    from_ARGB(k, whiteBlack, out, 2);
     EXPECT_EQ(Bytes(out, out + 4), (Bytes{128, 234, 128, 16})) << k.name;
     int odd = 0;
     for (int v = 0; v < 256; ++v) {
@@ -273,7 +275,7 @@ TEST(Q2vuyKernels, FromARGBKnownValuesAndMeanRoundsDown) {
       const oracle::Pixel p0 = oracle::FromRGB(0, 0, v);
       const oracle::Pixel p1 = oracle::FromRGB(v, 0, 0);
       odd += (p0.cb + p1.cb) % 2;
-      k.from_ARGB(pair, out, 2);
+      from_ARGB(k, pair, out, 2);
       EXPECT_EQ(out[0], (p0.cb + p1.cb) / 2) << k.name << ' ' << v;
       EXPECT_EQ(out[2], (p0.cr + p1.cr) / 2) << k.name << ' ' << v;
     }
@@ -297,7 +299,7 @@ TEST(Q2vuyKernels, OverARGBOverADenseGrid) {
             Bytes got = want;
             for (std::size_t p = 0; p < 64; ++p)
               oracle::OverPair(&src[8 * p], &want[4 * p], opacity);
-            k.over_ARGB(src.data(), got.data(), 128, opacity);
+            over_ARGB(k, src.data(), got.data(), 128, opacity);
             ASSERT_EQ(got, want) << k.name << " opacity " << opacity << " alphas " << a0 << ", "
                                  << a1 << " old " << old;
           }
@@ -312,7 +314,7 @@ TEST(Q2vuyKernels, OverARGBWrapsTheSecondLumaAndKeepsWithTheFirstWeight) {
     // The first pixel is clear, the second opaque white: 234 kept whole and 234 added is 468.
     const std::uint8_t src[8] = {0, 0, 0, 0, 255, 255, 255, 255};
     std::uint8_t dst[4] = {128, 234, 128, 234};
-    k.over_ARGB(src, dst, 2, 1.0f);
+    over_ARGB(k, src, dst, 2, 1.0f);
     EXPECT_EQ(dst[1], 234) << k.name;
     EXPECT_EQ(dst[3], 212) << k.name;
   }
@@ -323,7 +325,7 @@ TEST(Q2vuyKernels, OverARGBWithoutOpacityChangesNothing) {
     const Bytes src = RandomBytes(8 * 50, 3);
     const Bytes old = RandomBytes(4 * 50, 4);
     Bytes dst = old;
-    k.over_ARGB(src.data(), dst.data(), 100, 0.0f);
+    over_ARGB(k, src.data(), dst.data(), 100, 0.0f);
     EXPECT_EQ(dst, old) << k.name;
   }
 }
@@ -334,10 +336,10 @@ TEST(Q2vuyKernels, FormsAgreeOnAbsurdOpacities) {
        {-3.0f, 2.0f, 1e6f, -1e9f, 1e20f, std::numeric_limits<float>::infinity(), std::nanf("")}) {
     const Bytes old = RandomBytes(4 * 64, 22);
     Bytes want = old;
-    Q_2vuy::kScalarRowKernels.over_ARGB(src.data(), want.data(), 128, opacity);
+    over_ARGB(Q_2vuy::kScalarRowKernels, src.data(), want.data(), 128, opacity);
     for (const RowKernels& k : AvailableRowKernels()) {
       Bytes got = old;
-      k.over_ARGB(src.data(), got.data(), 128, opacity);
+      over_ARGB(k, src.data(), got.data(), 128, opacity);
       EXPECT_EQ(got, want) << k.name << ' ' << opacity;
     }
   }
@@ -362,7 +364,7 @@ TEST(Q2vuyKernels, BlendOverEveryPairOfBytes) {
     }
     for (const RowKernels& k : AvailableRowKernels()) {
       Bytes got(a.size());
-      k.blend(got.data(), a.data(), b.data(), int(a.size() / 2), t);
+      blend(k, got.data(), a.data(), b.data(), int(a.size() / 2), t);
       ASSERT_EQ(got, want) << k.name << " t " << t;
     }
   }
@@ -390,19 +392,19 @@ TEST(Q2vuyKernels, BlendMaskedOverEveryMask) {
     }
     for (const RowKernels& k : AvailableRowKernels()) {
       Bytes got(a.size());
-      k.blendMasked(got.data(), a.data(), b.data(), 2 * 4096, t, mask.data());
+      blendMasked(k, got.data(), a.data(), b.data(), 2 * 4096, t, mask.data());
       ASSERT_EQ(got, want) << k.name << " t " << t;
     }
   }
 }
 
 TEST(Q2vuyKernels, EveryWidthAndStartStaysInsideItsPairs) {
-  const Bytes argb = RandomBytes(8 * 40, 41);
-  const Bytes a = RandomBytes(4 * 40, 42);
-  const Bytes b = RandomBytes(4 * 40, 43);
-  const Bytes mask = RandomBytes(2 * 40, 44);
+  const Bytes argb = RandomBytes(8 * 70, 41);
+  const Bytes a = RandomBytes(4 * 70, 42);
+  const Bytes b = RandomBytes(4 * 70, 43);
+  const Bytes mask = RandomBytes(2 * 70, 44);
   for (const RowKernels& k : AvailableRowKernels()) {
-    for (int width = -1; width <= 66; ++width) {
+    for (int width = -1; width <= 130; ++width) {
       for (std::size_t offset = 0; offset < 4; ++offset) {
         const std::size_t pairs = width > 0 ? std::size_t(PairsOf(width)) : 0;
         const auto check = [&](const char* what, std::size_t bytesPerPair, const auto& run) {
@@ -425,20 +427,20 @@ TEST(Q2vuyKernels, EveryWidthAndStartStaysInsideItsPairs) {
         const Bytes srcARGB = tail(argb, 8 * pairs);
         const Bytes srcMask = tail(mask, 2 * pairs);
         check("to", 8, [&](const RowKernels& form, std::uint8_t* dst) {
-          form.to_ARGB(srcA.data() + offset, dst, width);
+          to_ARGB(form, srcA.data() + offset, dst, width);
         });
         check("from", 4, [&](const RowKernels& form, std::uint8_t* dst) {
-          form.from_ARGB(srcARGB.data() + offset, dst, width);
+          from_ARGB(form, srcARGB.data() + offset, dst, width);
         });
         check("over", 4, [&](const RowKernels& form, std::uint8_t* dst) {
-          form.over_ARGB(srcARGB.data() + offset, dst, width, 0.7f);
+          over_ARGB(form, srcARGB.data() + offset, dst, width, 0.7f);
         });
         check("blend", 4, [&](const RowKernels& form, std::uint8_t* dst) {
-          form.blend(dst, srcA.data() + offset, srcB.data() + offset, width, 0.3f);
+          blend(form, dst, srcA.data() + offset, srcB.data() + offset, width, 0.3f);
         });
         check("masked", 4, [&](const RowKernels& form, std::uint8_t* dst) {
-          form.blendMasked(dst, srcA.data() + offset, srcB.data() + offset, width, 0.6f,
-                           srcMask.data() + offset);
+          blendMasked(form, dst, srcA.data() + offset, srcB.data() + offset, width, 0.6f,
+                      srcMask.data() + offset);
         });
       }
     }
