@@ -152,14 +152,12 @@ void HttpServer::Run() {
       const std::lock_guard<std::mutex> hold(lock_);
       if (stopping_) break;
       newestNumber_ = number_;
-      streaming_ = Streaming();
     }
     std::size_t at = 2;
     for (Client& client : clients_) {
       const short happened = wait[at++].revents;
       if ((happened & (POLLIN | POLLHUP | POLLERR)) != 0) Receive(client);
-      if (client.phase == Client::kStreaming && client.sent == client.size()) NextPart(client);
-      if (!client.closed && client.sent < client.size()) Send(client);
+      Serve(client);
       if (!client.closed && MonotonicSeconds() >= client.deadline) {
         if (client.phase == Client::kReading && !client.request.empty()) {
           Refuse(client, 408);
@@ -171,6 +169,8 @@ void HttpServer::Run() {
     }
     clients_.remove_if([](const Client& client) { return client.closed; });
     if (wait[1].revents != 0) Accept();
+    const std::lock_guard<std::mutex> hold(lock_);
+    streaming_ = Streaming();
   }
   for (Client& client : clients_) Close(client);
   clients_.clear();
@@ -199,6 +199,14 @@ void HttpServer::Accept() {
     client.descriptor = descriptor;
     client.deadline = MonotonicSeconds() + options_.requestSeconds;
     clients_.push_back(std::move(client));
+  }
+}
+
+void HttpServer::Serve(Client& client) {
+  // Twice, since what is done with one piece is due the next at once: nothing would wake us for it.
+  for (int i = 0; i < 2 && !client.closed; ++i) {
+    if (client.phase == Client::kStreaming && client.sent == client.size()) NextPart(client);
+    if (client.sent < client.size()) Send(client);
   }
 }
 

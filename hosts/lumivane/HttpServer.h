@@ -62,6 +62,7 @@ class HttpServer : public FrameSink {
   void Refuse(Client& client, int status);
   void StartStream(Client& client, bool headOnly);
   void NextPart(Client& client);
+  void Serve(Client& client);
   void Send(Client& client);
   void SendDone(Client& client);
   /// The newest frame's JPEG; null while there is none.
