@@ -7,8 +7,11 @@
 #include <cstring>
 #include <list>
 #include <memory>
+#include <set>
+#include <thread>
 
 #include "bench/support/Registry.h"
+#include "sdk/CoreX/RowThreads.h"
 
 namespace bench {
 namespace {
@@ -84,11 +87,15 @@ Operation& Operation::Peer(std::string name, Agreement agreement, Setup setup) {
   return *this;
 }
 
+Operation& Operation::SharesRows() {
+  sharesRows_ = true;
+  return *this;
+}
+
 void Operation::Register(const Entry& entry, const Shape& shape, const char* kind,
                          bool checked) const {
   const auto pixels = static_cast<double>(shape.pixels());
-  const double bytes =
-      traffic_.read * static_cast<double>(shape.sourcePixels()) + traffic_.written * pixels;
+  const double bytes = Bytes(shape);
   const auto written = static_cast<std::size_t>(traffic_.written * pixels);
   const std::string label = name_ + "/" + shape.name + "/" + kind + ":" + entry.name;
   const Setup ours = forms_.empty() ? Setup() : forms_.back().setup;
@@ -116,6 +123,33 @@ void Operation::Register(const Entry& entry, const Shape& shape, const char* kin
   })->Unit(benchmark::kMicrosecond);
 }
 
+void Operation::RegisterThreads(const Shape& shape) const {
+  std::set<unsigned> counts = {1, 2, std::max(1u, std::thread::hardware_concurrency())};
+  for (const unsigned count : counts) {
+    const std::string label = name_ + "/" + shape.name + "/threads:" + std::to_string(count);
+    benchmark::RegisterBenchmark(
+        label.c_str(),
+        [=, setup = forms_.front().setup, bytes = Bytes(shape)](benchmark::State& state) {
+          const Body body = setup(shape, Frames::Shared());
+          RowThreads::SetCount(count);
+          for (auto _ : state) {
+            body();
+            benchmark::ClobberMemory();
+          }
+          RowThreads::SetCount(1);
+          state.counters["pixels"] = static_cast<double>(shape.pixels());
+          state.counters["bytes"] = bytes;
+        })
+        ->Unit(benchmark::kMicrosecond)
+        ->UseRealTime();
+  }
+}
+
+double Operation::Bytes(const Shape& shape) const {
+  return traffic_.read * static_cast<double>(shape.sourcePixels()) +
+         traffic_.written * static_cast<double>(shape.pixels());
+}
+
 void Operation::RegisterBenchmarks() const {
   for (const Shape& shape : shapes_) {
     const bool middle = &shape == &shapes_[shapes_.size() > 1 ? 1 : 0];
@@ -125,17 +159,14 @@ void Operation::RegisterBenchmarks() const {
       if (outer || middle) Register(forms_[i], shape, "ours", first || !outer);
     }
     for (const Entry& peer : peers_) Register(peer, shape, "peer", first);
-    const Traffic traffic = traffic_;
-    const Entry copy = {"memcpy", Agreement::kOther, [traffic](const Shape& size, Frames& frames) {
-                          const auto bytes = static_cast<std::size_t>(
-                              (traffic.read * static_cast<double>(size.sourcePixels()) +
-                               traffic.written * static_cast<double>(size.pixels())) /
-                              2);
+    const auto bytes = static_cast<std::size_t>(Bytes(shape) / 2);
+    const Entry copy = {"memcpy", Agreement::kOther, [bytes](const Shape&, Frames& frames) {
                           return [bytes, to = frames.Out(), from = frames.Noise()] {
                             std::memcpy(to, from, bytes);
                           };
                         }};
     Register(copy, shape, "copy", false);
+    if (sharesRows_ && !forms_.empty()) RegisterThreads(shape);
   }
 }
 

@@ -88,6 +88,10 @@ class Operation {
   /// One more form, for what has no list of them.
   Operation& Form(std::string name, Setup setup);
 
+  /// The operation shares its rows (RowThreads.h): our best form is measured with one thread, two,
+  /// and as many as the machine has processors, by the wall clock.
+  Operation& SharesRows();
+
   /// A library's name first: "libyuv InterpolatePlane".
   Operation& Peer(std::string name, Agreement agreement, Setup setup);
 
@@ -101,12 +105,15 @@ class Operation {
 
  private:
   void Register(const Entry& entry, const Shape& shape, const char* kind, bool checked) const;
+  void RegisterThreads(const Shape& shape) const;
+  double Bytes(const Shape& shape) const;
 
   std::string name_;
   Traffic traffic_;
   std::vector<Shape> shapes_;
   std::vector<Entry> forms_;
   std::vector<Entry> peers_;
+  bool sharesRows_ = false;
 };
 
 /// A new operation, for the life of the program.
