@@ -1,31 +1,21 @@
 // `lumivane doctor`: what works, what does not, and what to do about it.
+#include <algorithm>
 #include <cstdio>
 #include <deque>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 
-#include "hosts/lumivane/CameraFolders.h"
 #include "hosts/lumivane/Commands.h"
+#include "hosts/lumivane/DoctorFindings.h"
 #include "hosts/lumivane/ExitCodes.h"
 #include "hosts/lumivane/HostStart.h"
-#include "hosts/lumivane/LiveFilter.h"
-#include "hosts/lumivane/PlugInSearch.h"
 #include "nlohmann/json.hpp"
 
 namespace fs = std::filesystem;
 
 namespace lumivane {
 namespace {
-
-enum class Level { kOk, kWarning, kBroken };
-
-struct Finding {
-  Level level;
-  std::string subject;
-  std::string text;
-  std::string remedy;  ///< empty when nothing need be done
-};
 
 constexpr std::uintmax_t kLogTailBytes = 256 * 1024;
 
@@ -39,67 +29,6 @@ const char* LevelText(Level level) {
       break;
   }
   return "broken";
-}
-
-Finding FindingOfPlace(const CameraPlace& place, const CameraTrial& trial) {
-  const std::string subject = "camera, " + place.domain;
-  const std::string fix = "`lumivane camera remove --domain " + place.domain + "` removes it";
-  if (place.dangling) {
-    return {Level::kWarning, subject, place.path + " links to nothing: " + place.linkTarget, fix};
-  }
-  if (place.kind == CameraPlace::kNothing) {
-    return {Level::kOk, subject,
-            "none in " + place.folder + (place.folderExists ? "" : " (no such folder)"), ""};
-  }
-  const std::string path =
-      place.linkTarget.empty() ? place.path : place.path + " -> " + place.linkTarget;
-  if (!trial.hasFrame) {
-    return {Level::kWarning, subject, path + ": " + trial.error,
-            trial.loaded ? "see the component's own documentation" : "install it anew, or " + fix};
-  }
-  return {Level::kOk, subject,
-          path + ": " + trial.name + " " + trial.version + ", " + std::to_string(trial.width) +
-              " x " + std::to_string(trial.height) + ", " + trial.pixelFormat,
-          ""};
-}
-
-std::vector<Finding> LookAtCameras() {
-  std::vector<Finding> findings;
-  std::string current;
-  for (const CameraPlace& place : CameraPlaces()) {
-    const bool there = place.kind != CameraPlace::kNothing;
-    const CameraTrial trial = there ? TryCamera(place) : CameraTrial{};
-    findings.push_back(FindingOfPlace(place, trial));
-    // As the filter does it: the first that can be loaded, whether or not it has frames.
-    if (trial.loaded && current.empty()) current = place.path;
-  }
-  if (current.empty()) {
-    findings.push_back({Level::kWarning, "camera",
-                        "none can be loaded: the no-camera picture shows",
-                        "`lumivane camera install` installs the test pattern"});
-  } else {
-    findings.push_back({Level::kOk, "camera", "the filter loads " + current, ""});
-  }
-  return findings;
-}
-
-Finding LookAtPlugIn(const std::string& given) {
-  PictureSource source;
-  source.plugIn = given;
-  std::string error;
-  const std::unique_ptr<LiveFilter> filter = LiveFilter::Open(source, &error);
-  if (!filter) {
-    return {Level::kBroken, "plug-in", error, "install the plug-in, or name it with --plugin"};
-  }
-  const Frame frame = filter->NextFrame();
-  if (!frame.image) {
-    return {Level::kBroken, "plug-in", filter->plugInPath() + " loads, but gives no picture",
-            "its resources are missing: install it anew"};
-  }
-  return {Level::kOk, "plug-in",
-          filter->plugInPath() + " loads and gives " +
-              (frame.live ? "a camera's picture" : "the no-camera picture"),
-          ""};
 }
 
 /// The last `count` lines, oldest first.
@@ -120,21 +49,21 @@ std::deque<std::string> TailOf(const std::string& path, std::size_t count) {
   return tail;
 }
 
-Finding LookAtLog(const std::string& path) {
+}  // namespace
+
+Findings LookAtLog(const std::string& path) {
   if (path.empty()) {
-    return {Level::kWarning, "log", "there is no Logs folder, so nothing is logged",
-            "check XDG_STATE_HOME and the rights of ~/.local/state"};
+    return {{Level::kWarning, "log", "there is no Logs folder, so nothing is logged",
+             "check XDG_STATE_HOME and the rights of ~/.local/state"}};
   }
   std::error_code error;
-  if (!fs::exists(path, error)) return {Level::kOk, "log", path + " (nothing logged yet)", ""};
+  if (!fs::exists(path, error)) return {{Level::kOk, "log", path + " (nothing logged yet)", ""}};
   std::ofstream probe(path, std::ios::app);
   if (!probe) {
-    return {Level::kWarning, "log", path + " cannot be written", "check the file's permissions"};
+    return {{Level::kWarning, "log", path + " cannot be written", "check the file's permissions"}};
   }
-  return {Level::kOk, "log", path, ""};
+  return {{Level::kOk, "log", path, ""}};
 }
-
-}  // namespace
 
 int RunDoctor(const DoctorOptions& options) {
   const std::string log = LogFilePath();
@@ -143,12 +72,18 @@ int RunDoctor(const DoctorOptions& options) {
       log.empty() ? std::deque<std::string>()
                   : TailOf(log, static_cast<std::size_t>(options.logLines));
 
-  std::vector<Finding> findings;
-  findings.push_back({Level::kOk, "lumivane", std::string("version ") + Version(), ""});
-  findings.push_back(LookAtPlugIn(options.plugIn));
-  const std::vector<Finding> cameras = LookAtCameras();
-  findings.insert(findings.end(), cameras.begin(), cameras.end());
-  findings.push_back(LookAtLog(log));
+  Findings findings = {{Level::kOk, "lumivane", std::string("version ") + Version(), ""}};
+  const auto add = [&findings](const Findings& more) {
+    findings.insert(findings.end(), more.begin(), more.end());
+  };
+  // Devices first: a camera that is tried below is in use by this process.
+  const Findings devices = LookAtDevices();
+  add(LookAtPlugIn(options.plugIn));
+  add(LookAtComponents());
+  add(devices);
+  add(LookAtModules());
+  add(LookAtDesktop());
+  add(LookAtLog(log));
 
   Level worst = Level::kOk;
   for (const Finding& finding : findings) worst = std::max(worst, finding.level);

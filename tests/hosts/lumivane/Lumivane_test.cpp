@@ -220,45 +220,6 @@ TEST(Camera, NeverRemovesWhatIsNoLink) {
   fs::remove_all(test::UserComponents());
 }
 
-TEST(Doctor, IsContentWithACamera) {
-  const Installed camera;
-  const ProgramResult run = Lumivane({"doctor", "--json"});
-  EXPECT_EQ(run.exitCode, 0) << run.out;
-  const json report = json::parse(run.out);
-  EXPECT_EQ(report["status"], "ok");
-  EXPECT_EQ(report["log"]["path"], (test::LogsFolder() / "CILumivaneInput.log").string());
-  bool loads = false;
-  for (const json& finding : report["findings"]) {
-    loads = loads || finding["text"] == "the filter loads " + UserComponent().string();
-  }
-  EXPECT_TRUE(loads) << report;
-}
-
-TEST(Doctor, SaysWhatIsWrongAndWhatToDo) {
-  const ProgramResult none = Lumivane({"doctor"});
-  EXPECT_EQ(none.exitCode, lumivane::kExitFailed);
-  EXPECT_THAT(none.out, HasSubstr("`lumivane camera install`"));
-
-  test::WriteFile(UserComponent(), "not a library");
-  const ProgramResult broken = Lumivane({"doctor"});
-  EXPECT_EQ(broken.exitCode, lumivane::kExitFailed);
-  EXPECT_THAT(broken.out, HasSubstr(UserComponent().string() + ": "));
-  fs::remove_all(test::UserComponents());
-
-  const ProgramResult plugIn = Lumivane({"doctor", "--plugin", "/no/such.plugin"});
-  EXPECT_EQ(plugIn.exitCode, lumivane::kExitBroken);
-}
-
-TEST(Doctor, ShowsTheLogsLastLines) {
-  std::string lines;
-  for (int i = 0; i < 50000; ++i) lines += "line " + std::to_string(i) + "\n";
-  test::WriteFile(test::LogsFolder() / "CILumivaneInput.log", lines + "bytes \xFF\xFE\n");
-  const json report = json::parse(Lumivane({"doctor", "--json", "--log-lines", "3"}).out);
-  ASSERT_EQ(report["log"]["lastLines"].size(), 3u);
-  EXPECT_EQ(report["log"]["lastLines"][0], "line 49998");
-  EXPECT_EQ(report["log"]["lastLines"][1], "line 49999");
-}
-
 TEST(Start, MakesTheLogsFolder) {
   const TempFolder home;
   const test::ScopedVariable state("XDG_STATE_HOME", (home / "state").string());
