@@ -78,8 +78,11 @@ int main(int argc, char** argv) {
   Register("DuoTone32", [](PixMap** map, PixMap**) { QPixMap_DuoTone32(map, 0x3060C0); });
   Register("AlphaBlend32",
            [](PixMap** map, PixMap** other) { QPixMap_AlphaBlend32(map, 0.6, other, 0.4, map); });
-  RegisterOnce("QPM_44", kWidth, kHeight, [](PixMap** map, PixMap** other) {
+  Register("QPM_44 half", [](PixMap** map, PixMap** other) {
     QPM_44(map, Point{0, 0}, other, 0.5f);
+  });
+  Register("QPM_44 whole", [](PixMap** map, PixMap** other) {
+    QPM_44(map, Point{0, 0}, other, 1.0f);
   });
   RegisterOnce("Resize_ARGB32_Bilinear", 1280, 720, QPixMap_Resize_ARGB32_Bilinear);
   RegisterOnce("Copy32NearestPixel", 1280, 720, QPixMap_Copy32NearestPixel);

@@ -230,6 +230,89 @@ TEST(QPixMapKernels, BlendOverEveryPairOfBytes) {
   }
 }
 
+/// One overlay byte over one destination byte, step by step.
+std::uint8_t OverlayOracle(int d, int o, int alpha, float opacity) {
+  const volatile double share = alpha / 255.0;
+  const volatile double a = share * double(opacity);
+  const volatile double k = 1 - a;
+  const volatile double pd = d * k;
+  const volatile double po = o * a;
+  const volatile double sum = pd + po;
+  if (!(std::fabs(sum) < 2147483648.0)) return 0;
+  return std::uint8_t(std::min<std::int64_t>(255, std::max<std::int64_t>(0, std::int64_t(sum))));
+}
+
+/// Every pair of destination and overlay bytes under one alpha, in every form.
+void CheckOverlays(int alpha, float opacity) {
+  Bytes dst(4 * 65536);
+  Bytes overlay(dst.size());
+  Bytes want(dst.size());
+  std::uint8_t table[256][256];
+  for (int d = 0; d < 256; ++d) {
+    for (int o = 0; o < 256; ++o) table[d][o] = OverlayOracle(d, o, alpha, opacity);
+  }
+  for (std::size_t i = 0; i < 65536; ++i) {
+    overlay[4 * i] = std::uint8_t(alpha);
+    dst[4 * i] = std::uint8_t(i * 5);
+    for (std::size_t c = 1; c < 4; ++c) {
+      // A pair in each channel, and different ones in one pixel.
+      const std::size_t pair = (i + 21846 * c) & 65535;
+      dst[4 * i + c] = std::uint8_t(pair >> 8);
+      overlay[4 * i + c] = std::uint8_t(pair);
+    }
+    for (std::size_t c = 0; c < 4; ++c) {
+      want[4 * i + c] = table[dst[4 * i + c]][overlay[4 * i + c]];
+    }
+  }
+  for (const RowKernels& k : AvailableRowKernels()) {
+    if (k.name == "scalar" && alpha % 16 != 15) continue;  // it is slow, and the rule itself
+    Bytes got = dst;
+    k.overlay(Row(got.data(), 65536), From(overlay.data()), opacity);
+    ASSERT_TRUE(got == want) << k.name << " alpha " << alpha << " opacity " << opacity;
+  }
+}
+
+TEST(QPixMapKernels, OverlayOfEveryPairUnderEveryAlpha) {
+  for (int alpha = 0; alpha < 256; alpha += test::kDomainStep) CheckOverlays(alpha, 1.0f);
+}
+
+TEST(QPixMapKernels, OverlayOfEveryPairUnderManyOpacities) {
+  const float inf = std::numeric_limits<float>::infinity();
+  for (const float opacity : {0.5f, 0.25f, 0.7f, 1.0f / 3, 0.99998f, 0.99999f, 1e-6f, 1e-40f, 0.0f,
+                              -0.0f, -1.0f, 1.5f, -3e9f, 1e30f, inf, -inf, std::nanf("")}) {
+    const bool usual = opacity > 0 && opacity < 1;
+    for (const int alpha : {0, 1, 2, 51, 85, 127, 128, 170, 204, 240, 254, 255}) {
+      if (test::kDomainStep > 1 && alpha % 3 != 1) continue;
+      if (usual || alpha % 51 == 0) CheckOverlays(alpha, opacity);
+    }
+  }
+  std::mt19937 engine(17);
+  for (int i = 0; i < 150; i += 5 * test::kDomainStep - 4) {
+    CheckOverlays(int(engine() % 256), float(engine() % 65537) / 65536.0f);
+  }
+}
+
+TEST(QPixMapKernels, OverlayOnThreeByteColours) {
+  std::mt19937 engine(19);
+  constexpr std::size_t kPixels = 20000;
+  Bytes dst(3 * kPixels);
+  Bytes overlay(4 * kPixels);
+  for (std::uint8_t& b : dst) b = std::uint8_t(engine());
+  for (std::uint8_t& b : overlay) b = std::uint8_t(engine());
+  for (const float opacity : {1.0f, 0.5f, 0.1f, 2.0f, 0.0f}) {
+    Bytes want = dst;
+    for (std::size_t i = 0; i < want.size(); ++i) {
+      const std::size_t pixel = 4 * (i / 3);
+      want[i] = OverlayOracle(dst[i], overlay[pixel + 1 + i % 3], overlay[pixel], opacity);
+    }
+    for (const RowKernels& k : AvailableRowKernels()) {
+      Bytes got = dst;
+      k.overlay24(Row(got.data(), kPixels), From(overlay.data()), opacity);
+      EXPECT_TRUE(got == want) << k.name << " opacity " << opacity;
+    }
+  }
+}
+
 /// Rows between bytes that must stay, which also lie between the rows.
 struct Guarded {
   static constexpr std::size_t kGuard = 64;
