@@ -21,6 +21,8 @@ namespace {
 
 // How often the settings file is looked at, and a stalled source noticed.
 constexpr Nanoseconds kTick = kSecond / 2;
+// A file that is over sooner is not opened again at once.
+constexpr Nanoseconds kShortestPass = kSecond / 5;
 // After so long without a failure a failure is news again.
 constexpr Nanoseconds kProven = 10 * kSecond;
 
@@ -306,6 +308,7 @@ LiveCamera::Outcome LiveCamera::Try(Plan& plan, bool* gaveFrames) {
     }
     const bool hadFormat = !plan.anyFormat && plan.offered != nullptr;
     outcome = Watch(pipeline, plan);
+    if (outcome == Outcome::kAgain && !stopping_) continue;
     intake_.SetStopped();
     *gaveFrames = intake_.mailbox().Counts().received > before;
     // A camera that promises a format and then refuses it is asked for any.
@@ -343,12 +346,10 @@ LiveCamera::Outcome LiveCamera::Watch(Pipeline& pipeline, Plan& plan) {
     for (PipelineEvent event = pipeline.NextEvent(); event.kind != PipelineEvent::kNothing;
          event = pipeline.NextEvent()) {
       if (event.kind == PipelineEvent::kEnd) {
-        bool goodEnd = false;
-        if (HandleEnd(pipeline, plan, &goodEnd)) {
-          lastFrame = Now();
-          continue;
-        }
-        return goodEnd ? Outcome::kEndedForGood : Outcome::kFailed;
+        const std::optional<Outcome> outcome = HandleEnd(pipeline, plan, start);
+        if (outcome) return *outcome;
+        lastFrame = Now();
+        continue;
       }
       intake_.SetStopped();
       if (event.formatRefused && !opened && plan.offered != nullptr && !plan.anyFormat) {
@@ -390,30 +391,42 @@ LiveCamera::Outcome LiveCamera::Watch(Pipeline& pipeline, Plan& plan) {
 }
 
 void LiveCamera::Opened(const Plan& plan, const Pipeline& pipeline) {
-  ++opened_;
   nominalRate_ = pipeline.NominalRate();
-  SayWhy("");
-  if (opened_ > 1) reporter_.Once("source " + plan.name + " is back");
+  bool afterTrouble = false;
+  {
+    const std::lock_guard guard(textLock_);
+    afterTrouble = !message_.empty();
+    message_.clear();
+  }
+  // A file that begins again has not been away.
+  if (afterTrouble) ++opened_;
+  if (afterTrouble && opened_ > 1) reporter_.Once("source " + plan.name + " is back");
   // Some cameras forget what they were told when they begin to stream.
   if (plan.source.kind == Source::kCamera && !settings_.controls.empty()) ApplyControls(plan);
 }
 
-bool LiveCamera::HandleEnd(Pipeline& pipeline, const Plan& plan, bool* goodEnd) {
-  const bool isFile = plan.source.kind == Source::kAddress && !pipeline.IsLive();
+std::optional<LiveCamera::Outcome> LiveCamera::HandleEnd(Pipeline& pipeline, const Plan& plan,
+                                                         Nanoseconds start) {
+  const bool isAddress = plan.source.kind == Source::kAddress;
+  const bool isFile = isAddress && IsFileAddress(plan.source.text);
+  const bool hasEnd = isAddress && !pipeline.IsLive();
   const std::uint64_t frames = pipeline.FramesOfThisPass();
-  if (plan.source.kind == Source::kAddress && IsFileAddress(plan.source.text) && frames == 1) {
-        still_ = true;
-    return true;
+  if (isFile && frames == 1) {
+    still_ = true;
+    return std::nullopt;
   }
-  if (isFile && frames > 1 && settings_.loop && pipeline.Rewind()) return true;
+  if (hasEnd && frames > 1 && settings_.loop) {
+    if (pipeline.Rewind()) return std::nullopt;
+    // What cannot be wound back is opened again, unless that would go on without pause.
+    if (isFile && Now() - start > kShortestPass) return Outcome::kAgain;
+  }
   intake_.SetStopped();
   if (isFile && frames > 1 && !settings_.loop) {
     Trouble(plan, "it has come to its end (the setting loop is no)");
-    *goodEnd = true;
-    return false;
+    return Outcome::kEndedForGood;
   }
   Trouble(plan, frames == 0 ? "it ends without a frame" : "the stream has ended");
-  return false;
+  return Outcome::kFailed;
 }
 
 void LiveCamera::ApplyControls(const Plan& plan) {

@@ -36,7 +36,7 @@ class LiveCamera {
   LumivaneCameraStatus Status() const;
 
  private:
-  enum class Outcome { kStop, kSettingsChanged, kFailed, kEndedForGood };
+  enum class Outcome { kStop, kSettingsChanged, kFailed, kAgain, kEndedForGood };
 
   void Run();
   bool StartGStreamer();
@@ -49,8 +49,8 @@ class LiveCamera {
   Outcome TryCameras();
   Outcome Try(Plan& plan, bool* gaveFrames);
   Outcome Watch(Pipeline& pipeline, Plan& plan);
-  /// False when the stream cannot go on.
-  bool HandleEnd(Pipeline& pipeline, const Plan& plan, bool* goodEnd);
+  /// What to do when a stream has ended; nothing when it goes on.
+  std::optional<Outcome> HandleEnd(Pipeline& pipeline, const Plan& plan, Nanoseconds start);
   void ApplyControls(const Plan& plan);
   void Trouble(const Plan& plan, const std::string& what);
   void SayWhy(const std::string& text);

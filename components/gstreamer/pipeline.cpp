@@ -1,6 +1,9 @@
 #include "components/gstreamer/pipeline.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstring>
 
@@ -8,6 +11,8 @@ namespace gstcamera {
 namespace {
 
 constexpr const char* kProblem = "lumivane-problem";
+
+constexpr std::size_t kLongestDetails = 100;
 
 // A frame that comes this part of a period early still counts as in time.
 constexpr double kTolerance = 0.25;
@@ -33,14 +38,21 @@ std::string WithoutPeriod(std::string text) {
 // files and functions.
 std::string Details(const char* debug) {
   if (debug == nullptr) return {};
-  const char* const line = std::strrchr(debug, '\n');
-  return line == nullptr ? std::string() : WithoutPeriod(line + 1);
+  std::string text = debug;
+  while (!text.empty() && text.back() == '\n') text.pop_back();
+  const std::size_t line = text.rfind('\n');
+  // Of a format's description what tells people something comes first.
+  return line == std::string::npos ? std::string()
+                                   : WithoutPeriod(text.substr(line + 1, kLongestDetails));
 }
 
-const char* RemedyOf(const GError& error) {
-  if (error.domain == GST_RESOURCE_ERROR && error.code == GST_RESOURCE_ERROR_OPEN_READ_WRITE)
-    return "; is the user in the group video?";
-  return "";
+// What is decoded is the picture; sound and titles stay as they are, unused.
+gboolean IsPicture(GstElement*, GstPad*, GstCaps* caps, gpointer) {
+  const char* const name = gst_structure_get_name(gst_caps_get_structure(caps, 0));
+  for (const char* other : {"audio/", "text/", "subpicture/", "application/x-subtitle"}) {
+    if (g_str_has_prefix(name, other)) return FALSE;
+  }
+  return TRUE;
 }
 
 }  // namespace
@@ -121,8 +133,7 @@ bool Pipeline::Chain(GstElement* element, std::string* error) {
 bool Pipeline::AddDecoder(std::string* error) {
   GstElement* const decoder = Add("decodebin", error);
   if (!Chain(decoder, error)) return false;
-  const CapsHeld raw(gst_caps_new_empty_simple("video/x-raw"));
-  g_object_set(decoder, "caps", raw.get(), "expose-all-streams", FALSE, nullptr);
+  g_signal_connect(decoder, "autoplug-continue", G_CALLBACK(IsPicture), nullptr);
   g_signal_connect(decoder, "pad-added", G_CALLBACK(OnPad), this);
   g_signal_connect(decoder, "no-more-pads", G_CALLBACK(OnNoMorePads), this);
   last_ = nullptr;
@@ -169,7 +180,7 @@ bool Pipeline::BuildTest(std::string* error) {
   int pattern = 0;
   std::string known;
   if (!TestPattern(plan_.source.text, &pattern, &known)) {
-    *error = "it is no test picture: want " + known;
+    *error = "there is no such picture: want " + known;
     return false;
   }
   GstElement* const source = Add("videotestsrc", error);
@@ -201,9 +212,8 @@ bool Pipeline::BuildAddress(std::string* error) {
   }
   GstElement* const source = Add("uridecodebin", error);
   if (source == nullptr) return false;
-  const CapsHeld raw(gst_caps_new_empty_simple("video/x-raw"));
-  g_object_set(source, "uri", plan_.source.text.c_str(), "caps", raw.get(), "expose-all-streams",
-               FALSE, nullptr);
+  g_object_set(source, "uri", plan_.source.text.c_str(), nullptr);
+  g_signal_connect(source, "autoplug-continue", G_CALLBACK(IsPicture), nullptr);
   g_signal_connect(source, "source-setup", G_CALLBACK(OnSource), this);
   g_signal_connect(source, "pad-added", G_CALLBACK(OnPad), this);
   g_signal_connect(source, "no-more-pads", G_CALLBACK(OnNoMorePads), this);
@@ -381,7 +391,10 @@ PipelineEvent Pipeline::NextEvent() {
         event.text = WithoutPeriod(FirstLine(failure->message));
         const std::string details = Details(debug);
         if (!details.empty() && details != event.text) event.text += " (" + details + ")";
-        event.text += RemedyOf(*failure);
+        const bool isDevice = !plan_.devicePath.empty();
+        if (isDevice && failure->domain == GST_RESOURCE_ERROR &&
+            access(plan_.devicePath.c_str(), R_OK | W_OK) != 0 && errno == EACCES)
+          event.text += "; the user is not allowed to use it: is it in the group video?";
         event.busy = g_error_matches(failure, GST_RESOURCE_ERROR, GST_RESOURCE_ERROR_BUSY);
         event.formatRefused = failure->domain == GST_STREAM_ERROR ||
                               (debug != nullptr && std::strstr(debug, "not-negotiated") != nullptr);

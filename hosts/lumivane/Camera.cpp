@@ -14,6 +14,8 @@ namespace fs = std::filesystem;
 namespace lumivane {
 namespace {
 
+constexpr const char* kGStreamer = "gstreamer";
+
 const char* KindText(const CameraPlace& place) {
   if (place.dangling) return "a link to nothing";
   switch (place.kind) {
@@ -56,6 +58,30 @@ int Report(const CameraOptions& options, bool ok, const std::string& path,
     std::fprintf(stderr, "lumivane: %s\n", message.c_str());
   }
   return ok ? kExitOk : kExitFailed;
+}
+
+// Name of the resource of the application that is this component, less its extension.
+const char* ResourceNameOf(const std::string& component) {
+  return component == kGStreamer ? "gstreamer/LumivaneXXX"
+                                 : SharedCameraBundle::kCameraComponentBaseName;
+}
+
+// Asked for one component while one is installed: fine when it is the same.
+int ReportInstalled(const CameraOptions& options, const std::string& component) {
+  for (const CameraPlace& place : CameraPlaces()) {
+    if (!HasEntry(place)) continue;
+    const std::string resource = std::string(ResourceNameOf(component)) + ".component";
+    const std::string& target = place.linkTarget;
+    const std::string end = "/Resources/" + resource;
+    if (target.size() >= end.size() &&
+        target.compare(target.size() - end.size(), end.size(), end) == 0) {
+      return Report(options, true, place.path, place.path + " -> " + target);
+    }
+    return Report(options, false, place.path,
+                  "another camera is installed, at " + place.path +
+                      "; `lumivane camera remove --domain " + place.domain + "` removes it");
+  }
+  return Report(options, true, "", "a camera is installed already; `lumivane camera list`");
 }
 
 }  // namespace
@@ -121,12 +147,17 @@ int RunCameraInstall(const CameraOptions& options) {
                   before.path + " is a link to nothing; `lumivane camera remove --domain " +
                       options.domain + "` removes it");
   }
-  const bool ok = SharedCameraBundle::sComponent.InstallLocation(1, before.location);
+  const std::string component = options.component.empty() ? kGStreamer : options.component;
+  SharedCameraBundle carried(SharedCameraBundle::kCameraComponentFileName,
+                             ResourceNameOf(component));
+  const bool ok = carried.InstallLocation(1, before.location);
   const CameraPlace after = PlaceOfDomain(options.domain);
-  if (ok && HasEntry(after)) {
+  if (ok && !HasEntry(before) && HasEntry(after)) {
     return Report(options, true, after.path, after.path + " -> " + after.linkTarget);
   }
-  if (ok) return Report(options, true, "", "a camera is installed already; `lumivane camera list`");
+  if (ok && options.component.empty())
+    return Report(options, true, "", "a camera is installed already; `lumivane camera list`");
+  if (ok) return ReportInstalled(options, component);
   return Report(options, false, before.path,
                 HasEntry(before)
                     ? before.path + " is there already and is never replaced"

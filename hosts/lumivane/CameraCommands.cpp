@@ -24,7 +24,14 @@ void AddCameraCommands(CLI::App& app, int* result) {
         ->capture_default_str();
   };
   add("list", "Show every components folder and its camera", RunCameraList);
-  addDomain(add("install", "Link the camera this program carries", RunCameraInstall));
+  CLI::App* const install =
+      add("install", "Link a camera component this program carries", RunCameraInstall);
+  addDomain(install);
+  install
+      ->add_option("--component", options->component,
+                   "gstreamer: real cameras, addresses, files (the default); testpattern: a "
+                   "picture that needs no camera")
+      ->check(CLI::IsMember({"gstreamer", "testpattern"}));
   addDomain(add("remove", "Remove the link from the folder", RunCameraRemove));
 }
 

@@ -75,6 +75,7 @@ int RunDoctor(const DoctorOptions& options);
 
 struct CameraOptions {
   std::string domain = "user";  ///< "user", "local" or "system"
+  std::string component;        ///< to install: "gstreamer" or "testpattern"; empty: gstreamer
   bool json = false;
 };
 int RunCameraList(const CameraOptions& options);

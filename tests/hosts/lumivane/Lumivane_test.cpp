@@ -164,7 +164,7 @@ TEST(Camera, InstallsListsAndRemoves) {
   EXPECT_EQ(none[2]["domain"], "local");
   for (const json& place : none) EXPECT_EQ(place["kind"], "no camera");
 
-  const ProgramResult install = Lumivane({"camera", "install"});
+  const ProgramResult install = Lumivane({"camera", "install", "--component", "testpattern"});
   ASSERT_EQ(install.exitCode, 0) << install.err;
   EXPECT_EQ(fs::read_symlink(UserComponent()), kComponent);
   EXPECT_EQ(Lumivane({"camera", "install"}).exitCode, 0) << "a second time changes nothing";
@@ -184,6 +184,24 @@ TEST(Camera, InstallsListsAndRemoves) {
   const ProgramResult again = Lumivane({"camera", "remove"});
   EXPECT_EQ(again.exitCode, lumivane::kExitFailed);
   EXPECT_THAT(again.err, HasSubstr("no camera at"));
+}
+
+TEST(Camera, InstallsOneOfItsComponentsAtATime) {
+  const fs::path real = kApp / "Contents/Resources/gstreamer/LumivaneXXX.component";
+  ASSERT_EQ(Lumivane({"camera", "install"}).exitCode, 0);
+  EXPECT_EQ(fs::read_symlink(UserComponent()), real) << "real cameras unless told otherwise";
+  EXPECT_EQ(Lumivane({"camera", "install", "--component", "gstreamer"}).exitCode, 0);
+  const ProgramResult other = Lumivane({"camera", "install", "--component", "testpattern"});
+  EXPECT_EQ(other.exitCode, lumivane::kExitFailed);
+  EXPECT_THAT(other.err, HasSubstr("another camera is installed"));
+  EXPECT_THAT(other.err, HasSubstr("lumivane camera remove --domain user"));
+  EXPECT_EQ(fs::read_symlink(UserComponent()), real) << "nothing is replaced";
+  ASSERT_EQ(Lumivane({"camera", "remove"}).exitCode, 0);
+  ASSERT_EQ(Lumivane({"camera", "install", "--component", "testpattern"}).exitCode, 0);
+  EXPECT_EQ(fs::read_symlink(UserComponent()), kComponent);
+  ASSERT_EQ(Lumivane({"camera", "remove"}).exitCode, 0);
+  EXPECT_EQ(Lumivane({"camera", "install", "--component", "toaster"}).exitCode,
+            lumivane::kExitUsage);
 }
 
 TEST(Camera, InstallsIntoTheOtherDomains) {
