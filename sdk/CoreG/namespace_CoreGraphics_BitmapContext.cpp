@@ -6,9 +6,11 @@
 #include <cstring>
 
 #include "platform/CoreServices/MacMemory.h"
+#include "sdk/CoreGeometry/NoiseKernels.h"
 #include "sdk/CoreGeometry/PerlinNoise.h"
 #include "sdk/CoreX/CoreMachDebugLog.h"
 #include "sdk/CoreX/KeptMemory.h"
+#include "sdk/CoreX/RowThreads.h"
 #include "sdk/QClasses/QPixMap.h"
 
 namespace CoreGraphics {
@@ -278,33 +280,26 @@ void BitmapContext::FillPerlinNoise(int cellSize, float amplitude) const {
 }
 
 void BitmapContext::FillNoiseCells(int n, float amplitude) const {
-  const bool isGrey = mImageType == BitmapType_Device_Grey;
-  const int width = static_cast<int>(mImageWidth);
-  const int height = static_cast<int>(mImageHeight);
-  for (int y = 0; y < height; ++y) {
-    unsigned char* const row = QDGetStartOfScanline(y);
-    if (row == nullptr) return;
-    if (y % n != 0) {
-      // The rows of a cell are alike.
-      std::memcpy(row, row - mImageRowBytes, std::size_t{mImageWidth} * mImageBytesPerPixel);
-      continue;
-    }
-    const float fy = static_cast<float>((y / n) * n) / static_cast<float>(mImageHeight);
-    unsigned char value = 0;
-    for (int x = 0; x < width; ++x) {
-      if (x % n == 0) {
-        const float fx = static_cast<float>((x / n) * n) / static_cast<float>(mImageWidth);
-        const float noise = CoreGeometry::PerlinNoise::sSingleton.Noise2(fx * 256, fy * 256);
-        value = static_cast<unsigned char>(Truncate(noise * amplitude * 255));
-      }
-      if (isGrey) {
-        row[x] = value;
-      } else {
-        const unsigned char pixel[4] = {255, value, value, value};
-        std::memcpy(row + std::size_t{4} * static_cast<std::size_t>(x), pixel, 4);
-      }
-    }
-  }
+  // Rows are found and counted as signed numbers.
+  constexpr UInt32 kMost = 0x7FFFFFFF;
+  if (mImageDataBytes == nullptr || mImageWidth == 0 || mImageHeight == 0) return;
+  if (mImageWidth > kMost || mImageHeight > kMost) return;
+  const NoiseKernels::Picture picture = {mImageDataBytes,
+                                         mImageRowBytes,
+                                         mImageWidth,
+                                         mImageHeight,
+                                         static_cast<int>(mImageBytesPerPixel),
+                                         n};
+  const NoiseKernels::Columns columns(picture);
+  const NoiseKernels::Kernels& kernels = NoiseKernels::CurrentKernels();
+  const UInt32 rows = picture.cellRows();
+  // Cells of a pixel take some four times as long as a copy of them.
+  const std::size_t cost = (n == 1 ? 4 : 1) * std::size_t{mImageRowBytes};
+  RowThreads::ForRows(
+      static_cast<int>(rows), static_cast<std::size_t>(n) * cost, [&](int first, int last) {
+        kernels.fill(CoreGeometry::PerlinNoise::sSingleton, picture, columns, amplitude,
+                     static_cast<UInt32>(first), static_cast<UInt32>(last));
+      });
 }
 
 }  // namespace CoreGraphics

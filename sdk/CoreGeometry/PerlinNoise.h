@@ -33,6 +33,11 @@ class PerlinNoise {
   /// The process-wide field, seed 4567. Usable once static initialisation has reached it.
   static PerlinNoise sSingleton;
 
+  /// The tables, 256 entries each, for kernels that sample many points.
+  const std::uint8_t* Permutation() const { return mPermutation; }
+  const float* GradientX() const { return mGradientX; }
+  const float* GradientY() const { return mGradientY; }
+
   bool operator==(const PerlinNoise&) const = default;
 
  private:
