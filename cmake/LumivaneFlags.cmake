@@ -37,7 +37,11 @@ target_compile_options(lumivane_flags INTERFACE
   -fmacro-prefix-map=${LUMIVANE_SOURCE_FROM_BUILD}/=)
 # Byte look-ups over whole registers (AVX-512 VBMI), which look-up tables of 256 bytes are made of:
 # Highway leaves their instruction set out unless it is asked for, everywhere alike.
-target_compile_definitions(lumivane_flags INTERFACE HWY_WANT_AVX3_DL)
+# On ARM64 every machine runs NEON. Vectors without a size at compile time cannot be members of
+# structures, which kernels keep them in, so SVE is left out.
+target_compile_definitions(lumivane_flags INTERFACE
+  HWY_WANT_AVX3_DL
+  "HWY_DISABLED_TARGETS=(HWY_SVE|HWY_SVE2|HWY_SVE_256|HWY_SVE2_128)")
 # Unique symbols would pin every module that has one in memory, so that unloading does nothing.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   target_compile_options(lumivane_flags INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-fno-gnu-unique>)

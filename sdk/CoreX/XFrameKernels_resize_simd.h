@@ -344,7 +344,7 @@ void CopyRow(const NearestRun& run, const std::uint8_t* from, std::uint8_t* to) 
 }
 
 void Nearest(const NearestRun& run) {
-  const int vectors = VectorsSpanned(run.column, run.columns, 0, run.sourceWidth);
+  [[maybe_unused]] const int vectors = VectorsSpanned(run.column, run.columns, 0, run.sourceWidth);
   int made = -1;
   double fy = run.fy;
   for (int y = 0; y < run.rows; ++y, fy += run.ystep) {
