@@ -6,6 +6,7 @@
 #include "bench/peers/opencv_table.h"
 #include "bench/peers/plain_video422.h"
 #include "bench/support/Operation.h"
+#include "platform/QuickTime/YCbCrRows.h"
 #include "sdk/QClasses/Q_2vuy_kernels.h"
 
 namespace {
@@ -86,6 +87,34 @@ void Conversions() {
                  CurrentRowKernels().conversion.over_ARGB(rows, 1.0f);
                };
              });
+}
+
+void Fidelity(const char* name, const YCbCrMatrix& matrix, const bench::Setup& libyuv) {
+  bench::Add(name, {.read = 2, .written = 4})
+      .Forms(AvailableYCbCrForms(), SelectYCbCrForm,
+             [&matrix](const Shape& shape, Frames& frames) -> Body {
+               return [&matrix, rows = RowsOf(frames.Video(), 2, frames.Out(), 4, shape)] {
+                 CurrentYCbCrForm().convert(matrix, YCbCrOrder::CbY0CrY1, rows);
+               };
+             })
+      .Peer("libyuv, reversed", Agreement::kApproximate, libyuv);
+}
+
+void BestFidelity() {
+  Fidelity("2vuy to ARGB of best fidelity, 601", kYCbCr601,
+           [](const Shape& shape, Frames& frames) -> Body {
+             return [&frames, shape] {
+               bench::peers::LibyuvUYVYToReversedARGB(frames.Video(), frames.Out(), shape.width,
+                                                      shape.height);
+             };
+           });
+  Fidelity("2vuy to ARGB of best fidelity, 709", kYCbCr709,
+           [](const Shape& shape, Frames& frames) -> Body {
+             return [&frames, shape] {
+               bench::peers::LibyuvUYVYToReversedARGB709(frames.Video(), frames.Out(),
+                                                         frames.Out(1), shape.width, shape.height);
+             };
+           });
 }
 
 void Luma() {
@@ -188,6 +217,7 @@ void Blends() {
 
 void Register() {
   Conversions();
+  BestFidelity();
   Luma();
   Blends();
 }

@@ -11,24 +11,20 @@ void LibyuvUYVYToARGB(const std::uint8_t* src, std::uint8_t* dst, int width, int
   libyuv::UYVYToARGB(src, 2 * width, dst, 4 * width, width, height);
 }
 
-void LibyuvUYVYToReversedARGB(const std::uint8_t* src, std::uint8_t* dst, std::uint8_t* planes,
-                              LibyuvMatrix matrix, int width, int height) {
-  std::uint8_t* y = planes;
-  std::uint8_t* u = y + static_cast<std::ptrdiff_t>(width) * height;
-  std::uint8_t* v = u + static_cast<std::ptrdiff_t>(width / 2) * height;
-  libyuv::UYVYToI422(src, 2 * width, y, width, u, width / 2, v, width / 2, width, height);
-
-  const auto* constants =
-      matrix == LibyuvMatrix::k601 ? &libyuv::kYuvI601Constants : &libyuv::kYuvH709Constants;
-  libyuv::I422ToARGBMatrix(y, width, u, width / 2, v, width / 2, dst, 4 * width, constants, width,
-                           height);
-  libyuv::ARGBToBGRA(dst, 4 * width, dst, 4 * width, width, height);
-}
-
 void LibyuvUYVYToReversedARGB(const std::uint8_t* src, std::uint8_t* dst, int width, int height) {
-  // Row by row: the second step finds the first one's result in the cache.
   for (int row = 0; row < height; ++row, src += 2 * width, dst += 4 * width) {
     libyuv::UYVYToARGB(src, 2 * width, dst, 4 * width, width, 1);
+    libyuv::ARGBToBGRA(dst, 4 * width, dst, 4 * width, width, 1);
+  }
+}
+
+void LibyuvUYVYToReversedARGB709(const std::uint8_t* src, std::uint8_t* dst, std::uint8_t* planes,
+                                 int width, int height) {
+  std::uint8_t* u = planes + width;
+  std::uint8_t* v = u + width / 2;
+  for (int row = 0; row < height; ++row, src += 2 * width, dst += 4 * width) {
+    libyuv::UYVYToI422(src, 2 * width, planes, width, u, width / 2, v, width / 2, width, 1);
+    libyuv::H422ToARGB(planes, width, u, width / 2, v, width / 2, dst, 4 * width, width, 1);
     libyuv::ARGBToBGRA(dst, 4 * width, dst, 4 * width, width, 1);
   }
 }

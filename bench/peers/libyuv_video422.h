@@ -9,13 +9,12 @@ namespace bench::peers {
 /// To the library's own order B, G, R, A.
 void LibyuvUYVYToARGB(const std::uint8_t* src, std::uint8_t* dst, int width, int height);
 
-enum class LibyuvMatrix { k601, k709 };
-/// Through its way from planes, then reversed into A, R, G, B: what there is for a matrix of
-/// choice. `planes` has room for a frame of 2 bytes a pixel.
-void LibyuvUYVYToReversedARGB(const std::uint8_t* src, std::uint8_t* dst, std::uint8_t* planes,
-                              LibyuvMatrix matrix, int width, int height);
-/// By rec. 601, with the frame reversed in place.
+/// The same by rec. 601, then reversed into A, R, G, B, row by row.
 void LibyuvUYVYToReversedARGB(const std::uint8_t* src, std::uint8_t* dst, int width, int height);
+/// By rec. 709, for which it has a way from planes only. `planes` has room for 2 bytes a pixel of a
+/// row.
+void LibyuvUYVYToReversedARGB709(const std::uint8_t* src, std::uint8_t* dst, std::uint8_t* planes,
+                                 int width, int height);
 
 /// From the library's own order.
 void LibyuvARGBToUYVY(const std::uint8_t* src, std::uint8_t* dst, int width, int height);

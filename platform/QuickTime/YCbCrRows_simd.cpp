@@ -1,5 +1,5 @@
-// The vector form, compiled once per instruction set. One 32-bit lane is one pair of pixels; the
-// last pairs of a row go through the scalar form.
+// The vector forms, compiled once per instruction set. Chroma is worked on in the 32-bit lanes of
+// the pairs, luma and the channels in 16-bit lanes, one a pixel.
 #include "platform/QuickTime/YCbCrRows.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -8,95 +8,192 @@
 //
 #include <hwy/highway.h>
 
+#include "platform/System/KernelForms.h"
+#include "platform/System/Packed422-inl.h"
+
 HWY_BEFORE_NAMESPACE();
+namespace ycbcr_rows {
 namespace HWY_NAMESPACE {
-namespace hn = hwy::HWY_NAMESPACE;
 
-using DU = hn::ScalableTag<std::uint32_t>;
-using DI = hn::ScalableTag<std::int32_t>;
-using VU = hn::Vec<DU>;
-using VI = hn::Vec<DI>;
+#if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128
 
-/// A sum of products, its high parts scaled by 2^16 and its low parts by 2^30. Neither leaves 32
-/// bits: the factors are below 2.2, the values below 2^8.
-struct Sum {
-  VI high;
-  VI low;
+const KernelForm<YCbCrForm>* YCbCrFormOf() {
+  static const KernelForm<YCbCrForm> kForm = {HWY_TARGET, kScalarYCbCrForm};
+  return &kForm;
+}
+
+#else
+
+using namespace packed422::HWY_NAMESPACE;
+
+/// Cb * cb + Cr * cr of each pair; `chroma` has them in its 16-bit lanes.
+HWY_INLINE VI PairSum(V32 chroma, SInt16 cb, SInt16 cr) {
+#if HWY_ARCH_X86
+  const VI factors =
+      hn::Set(DI(), static_cast<SInt32>(static_cast<UInt32>(cr) << 16 | static_cast<UInt16>(cb)));
+#if HWY_TARGET <= HWY_AVX3
+  return VI{_mm512_madd_epi16(chroma.raw, factors.raw)};
+#elif HWY_TARGET == HWY_AVX2
+  return VI{_mm256_madd_epi16(chroma.raw, factors.raw)};
+#else
+  return VI{_mm_madd_epi16(chroma.raw, factors.raw)};
+#endif
+#else
+  const VI lower = hn::BitCast(DI(), hn::And(chroma, hn::Set(D32(), 0xFFFFu)));
+  const VI upper = hn::BitCast(DI(), hn::ShiftRight<16>(chroma));
+  return hn::Add(hn::Mul(lower, hn::Set(DI(), cb)), hn::Mul(upper, hn::Set(DI(), cr)));
+#endif
+}
+
+/// The upper half of each 32-bit lane in both its halves: what a pair's two pixels share.
+HWY_INLINE VI16 UpperHalfTwice(VI pairs) {
+  alignas(16) static constexpr UInt8 kOrder[16] = {2,  3,  2,  3,  6,  7,  6,  7,
+                                                   10, 11, 10, 11, 14, 15, 14, 15};
+  const V8 order = hn::LoadDup128(D8(), kOrder);
+  return hn::BitCast(DI16(), hn::TableLookupBytes(hn::BitCast(D8(), pairs), order));
+}
+
+HWY_INLINE VI16 Parts(const YCbCrMatrix::One& one, V32 value) {
+  const VI product = hn::Mul(hn::BitCast(DI(), value), hn::Set(DI(), one.factor));
+  return UpperHalfTwice(hn::Add(product, hn::Set(DI(), one.offset)));
+}
+
+HWY_INLINE VI16 Parts(const YCbCrMatrix::Two& two, V32 chroma) {
+  const VI low = hn::Add(PairSum(chroma, two.cbLow, two.crLow), hn::Set(DI(), two.offsetLow));
+  const VI high = hn::Add(PairSum(chroma, two.cbHigh, two.crHigh), hn::Set(DI(), two.offsetHigh));
+  return UpperHalfTwice(hn::ShiftLeft<7>(hn::Add(high, hn::ShiftRight<15>(low))));
+}
+
+/// (luma + parts) / 73, 0 if negative, not limited to 255. What saturates is above that anyway. The
+/// multiplication is exact for numerators below 73584.
+HWY_INLINE V16 Channel(VI16 luma, VI16 parts) {
+  const VI16 sum = hn::Max(hn::SaturatedAdd(luma, parts), hn::Zero(DI16()));
+  return hn::ShiftRight<6>(hn::MulHigh(hn::BitCast(D16(), sum), hn::Set(D16(), 57457)));
+}
+
+#if HWY_TARGET == HWY_AVX3_DL
+
+/// Where bytes of ARGB come from: of two registers with, in each block of 16 bytes, R then G of
+/// eight pixels in the first one, B then A in the second.
+struct alignas(64) ByteOrder {
+  UInt8 bytes[64];
 };
-
-Sum Product(const YCbCrFactor& factor, VI value) {
-  return {hn::Mul(hn::Set(DI(), factor.high), value), hn::Mul(hn::Set(DI(), factor.low), value)};
-}
-Sum Plus(Sum a, Sum b) {
-  return {hn::Add(a.high, b.high), hn::Add(a.low, b.low)};
-}
-
-/// Rounded to nearest and limited to 0..255. The shift of the low part rounds down and so loses
-/// nothing that the second shift would not.
-VU Rounded(Sum sum) {
-  const VI value = hn::Add(sum.high, hn::ShiftRight<14>(sum.low));
-  const VI nearest = hn::ShiftRight<16>(hn::Add(value, hn::Set(DI(), 1 << 15)));
-  return hn::BitCast(DU(), hn::Min(hn::Max(nearest, hn::Zero(DI())), hn::Set(DI(), 255)));
-}
-
-template <int byte>
-VI Centred(VU word, int centre) {
-  const VU value = hn::And(hn::ShiftRight<8 * byte>(word), hn::Set(DU(), 0xFFu));
-  return hn::Sub(hn::BitCast(DI(), value), hn::Set(DI(), centre));
-}
-
-/// A, R, G, B in memory order.
-VU Pack(VU r, VU g, VU b) {
-  const VU rg = hn::Or(hn::ShiftLeft<8>(r), hn::ShiftLeft<16>(g));
-  return hn::Or(hn::Or(hn::Set(DU(), 0xFFu), rg), hn::ShiftLeft<24>(b));
-}
-
-template <int lumaByte>
-void ConvertRow(const YCbCrMatrix& matrix, const UInt8* source, UInt8* destination, UInt32 pairs) {
-  constexpr int chromaByte = 1 - lumaByte;
-  const std::size_t lanes = hn::Lanes(DU());
-  for (UInt32 pair = 0; pair + lanes <= pairs; pair += static_cast<UInt32>(lanes)) {
-    const VU word = hn::LoadU(DU(), reinterpret_cast<const std::uint32_t*>(source));
-    const VI cb = Centred<chromaByte>(word, 128);
-    const VI cr = Centred<chromaByte + 2>(word, 128);
-    const Sum red = Product(matrix.crToR, cr);
-    const Sum green = Plus(Product(matrix.cbToG, cb), Product(matrix.crToG, cr));
-    const Sum blue = Product(matrix.cbToB, cb);
-    const Sum luma0 = Product(matrix.y, Centred<lumaByte>(word, 16));
-    const Sum luma1 = Product(matrix.y, Centred<lumaByte + 2>(word, 16));
-    const VU pixel0 =
-        Pack(Rounded(Plus(luma0, red)), Rounded(Plus(luma0, green)), Rounded(Plus(luma0, blue)));
-    const VU pixel1 =
-        Pack(Rounded(Plus(luma1, red)), Rounded(Plus(luma1, green)), Rounded(Plus(luma1, blue)));
-    hn::StoreInterleaved2(pixel0, pixel1, DU(), reinterpret_cast<std::uint32_t*>(destination));
-    source += 4 * lanes;
-    destination += 8 * lanes;
+constexpr ByteOrder MakeByteOrder(unsigned firstPixel) {
+  constexpr unsigned kPlace[4] = {64 + 8, 0, 8, 64};
+  ByteOrder order{};
+  for (unsigned i = 0; i < 64; ++i) {
+    const unsigned pixel = firstPixel + i / 4;
+    order.bytes[i] = static_cast<UInt8>(kPlace[i % 4] + pixel / 8 * 16 + pixel % 8);
   }
+  return order;
+}
+constexpr ByteOrder kFirstPixels = MakeByteOrder(0);
+constexpr ByteOrder kLastPixels = MakeByteOrder(16);
+
+HWY_INLINE V32 LoadPairs(const UInt8* source) {
+  return LoadWords(source);
 }
 
-UInt32 ConvertPairs(const YCbCrMatrix& matrix, YCbCrOrder order, const UInt8* source,
-                    UInt8* destination, UInt32 pairs) {
+HWY_INLINE void StorePixels(V16 r, V16 g, V16 b, UInt8* destination) {
+  const V8 rg = PackBlocks(r, g);
+  const V8 ba = PackBlocks(b, hn::Set(D16(), 255));
+  const auto pixels = [&](const ByteOrder& order) LUMIVANE_INLINE_LAMBDA {
+    const V8 bytes = hn::Load(D8(), order.bytes);
+    return V8{_mm512_permutex2var_epi8(rg.raw, bytes.raw, ba.raw)};
+  };
+  StoreWords(pixels(kFirstPixels), destination);
+  StoreWords(pixels(kLastPixels), destination + 64);
+}
+
+#elif HWY_ARCH_X86
+
+/// The pairs with neighbours in blocks of their own, so that interleaving within blocks leaves the
+/// first and the last half of the pixels.
+HWY_INLINE V32 LoadPairs(const UInt8* source) {
+  const V32 pairs = LoadWords(source);
+#if HWY_TARGET == HWY_AVX3
+  const __m512i order = _mm512_setr_epi64(0, 4, 1, 5, 2, 6, 3, 7);
+  return V32{_mm512_permutexvar_epi64(order, pairs.raw)};
+#elif HWY_TARGET == HWY_AVX2
+  return V32{_mm256_permute4x64_epi64(pairs.raw, 0xD8)};
+#else
+  return pairs;
+#endif
+}
+
+HWY_INLINE void StorePixels(V16 r, V16 g, V16 b, UInt8* destination) {
+  const V8 ag = PackBlocks(hn::Set(D16(), 255), g);
+  const V8 rb = PackBlocks(r, b);
+  const V16 ar = hn::BitCast(D16(), hn::InterleaveLower(D8(), ag, rb));
+  const V16 gb = hn::BitCast(D16(), hn::InterleaveUpper(D8(), ag, rb));
+  StoreWords(hn::InterleaveLower(D16(), ar, gb), destination);
+  StoreWords(hn::InterleaveUpper(D16(), ar, gb), destination + hn::Lanes(D8()));
+}
+
+#else
+
+HWY_INLINE V32 LoadPairs(const UInt8* source) {
+  return LoadWords(source);
+}
+
+HWY_INLINE void StorePixels(V16 r, V16 g, V16 b, UInt8* destination) {
+  const V16 most = hn::Set(D16(), 255);
+  const V16 ar = hn::Or(most, hn::ShiftLeft<8>(hn::Min(r, most)));
+  const V16 gb = hn::Or(hn::Min(g, most), hn::ShiftLeft<8>(hn::Min(b, most)));
+  hn::StoreInterleaved2(ar, gb, D16(), reinterpret_cast<std::uint16_t*>(destination));
+}
+
+#endif
+
+template <YCbCrOrder order>
+HWY_INLINE void ConvertRows(const YCbCrMatrix& matrix, const PackedRows& rows) {
+  ForSteps<4, 8, false>(
+      rows, [matrix](const UInt8* source, UInt8* destination, int) LUMIVANE_INLINE_LAMBDA {
+        const V32 pairs = LoadPairs(source);
+        const V16 words = hn::BitCast(D16(), pairs);
+        const V16 odd = hn::ShiftRight<8>(words);
+        const V16 even = hn::And(words, hn::Set(D16(), 0xFF));
+        constexpr bool oddLuma = order == YCbCrOrder::CbY0CrY1;
+        const V32 chroma = hn::BitCast(D32(), oddLuma ? even : odd);
+        const VI16 luma = hn::BitCast(DI16(), hn::Mul(oddLuma ? odd : even, hn::Set(D16(), 85)));
+        const V16 r = Channel(luma, Parts(matrix.crToR, hn::ShiftRight<16>(chroma)));
+        const V16 g = Channel(luma, Parts(matrix.toG, chroma));
+        const V16 b = Channel(luma, Parts(matrix.cbToB, hn::And(chroma, hn::Set(D32(), 0xFFu))));
+        StorePixels(r, g, b, destination);
+      });
+}
+
+void Convert(const YCbCrMatrix& matrix, YCbCrOrder order, const PackedRows& rows) {
   if (order == YCbCrOrder::CbY0CrY1) {
-    ConvertRow<1>(matrix, source, destination, pairs);
+    ConvertRows<YCbCrOrder::CbY0CrY1>(matrix, rows);
   } else {
-    ConvertRow<0>(matrix, source, destination, pairs);
+    ConvertRows<YCbCrOrder::Y0CbY1Cr>(matrix, rows);
   }
-  return pairs - pairs % static_cast<UInt32>(hn::Lanes(DU()));
 }
+
+const KernelForm<YCbCrForm>* YCbCrFormOf() {
+  static const KernelForm<YCbCrForm> kForm = {HWY_TARGET, {hwy::TargetName(HWY_TARGET), Convert}};
+  return &kForm;
+}
+
+#endif
 
 }  // namespace HWY_NAMESPACE
+}  // namespace ycbcr_rows
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
+namespace ycbcr_rows {
 
-HWY_EXPORT(ConvertPairs);
+HWY_EXPORT(YCbCrFormOf);
 
-void ConvertYCbCrRowToARGB_Vector(const YCbCrMatrix& matrix, YCbCrOrder order, const UInt8* source,
-                                  UInt8* destination, UInt32 width) {
-  const UInt32 pairs = width / 2 + width % 2;
-  const UInt32 done = HWY_DYNAMIC_DISPATCH(ConvertPairs)(matrix, order, source, destination, pairs);
-  ConvertYCbCrRowToARGB_Scalar(matrix, order, source + std::size_t{4} * done,
-                               destination + std::size_t{8} * done, (pairs - done) * 2);
+}  // namespace ycbcr_rows
+
+std::span<const YCbCrForm> AvailableYCbCrForms() {
+  static const std::vector<YCbCrForm> kForms = [] {
+    using namespace ycbcr_rows;
+    return SupportedForms(HWY_DISPATCH_TABLE(YCbCrFormOf), kScalarYCbCrForm);
+  }();
+  return kForms;
 }
-
 #endif

@@ -19,6 +19,8 @@
 #include <span>
 #include <string_view>
 
+#include "platform/System/PackedRows.h"
+
 namespace Q_2vuy {
 
 // Columns of the colour matrices: the factors of Y, Cb and Cr. Video-range ITU-R BT.709 (with a
@@ -40,14 +42,7 @@ inline constexpr float const_cu = 0.53885114f;  ///< 0.5 / (1 - 0.0721): scale o
 inline constexpr float const_cv = 0.63492066f;  ///< 0.5 / (1 - 0.2125): scale of R - Y
 
 /// Rows of one frame and where they go.
-struct Rows {
-  const std::uint8_t* src;
-  std::ptrdiff_t srcRowBytes;
-  std::uint8_t* dst;
-  std::ptrdiff_t dstRowBytes;
-  int width;   ///< pixels
-  int height;  ///< rows
-};
+using Rows = PackedRows;
 
 /// Rows of two 4:2:2 frames, blended into those of a third one.
 struct BlendRows {

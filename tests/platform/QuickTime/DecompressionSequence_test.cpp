@@ -101,7 +101,7 @@ class Sequences : public testing::Test {
     UInt8 unit[4] = {data[pair], data[pair + 1], data[pair + 2], 0};
     unit[3] = x % 2 != 0 ? data[pair + 3] : UInt8{0};
     UInt8 argb[8];
-    ConvertYCbCrRowToARGB_Scalar(matrix, YCbCrOrder::CbY0CrY1, unit, argb, 2);
+    kScalarYCbCrForm.convert(matrix, YCbCrOrder::CbY0CrY1, {unit, 0, argb, 0, 2, 1});
     const UInt8* p = argb + 4 * (x % 2);
     return static_cast<UInt32>(p[0]) << 24 | static_cast<UInt32>(p[1]) << 16 |
            static_cast<UInt32>(p[2]) << 8 | p[3];

@@ -8,6 +8,8 @@
 #include <random>
 #include <vector>
 
+#include "tests/support/Exhaustive.h"
+
 namespace {
 
 struct Weights {
@@ -32,7 +34,7 @@ void CheckAll(const Weights& w) {
   UInt8 expected[1024];
   double luma[256];
   for (int y = 0; y < 256; ++y) luma[y] = (y - 16) / 219.0;
-  for (int cb = 0; cb < 256; ++cb) {
+  for (int cb = 0; cb < 256; cb += test::kDomainStep) {
     const double blue = 2 * (1 - w.kb) * ((cb - 128) / 224.0);
     for (int cr = 0; cr < 256; ++cr) {
       const double red = 2 * (1 - w.kr) * ((cr - 128) / 224.0);
@@ -47,9 +49,11 @@ void CheckAll(const Weights& w) {
         argb[2] = NearestByte((luma[y] - w.kr * r - w.kb * b) / (1 - w.kr - w.kb));
         argb[3] = NearestByte(b);
       }
-      ConvertYCbCrRowToARGB(*w.matrix, YCbCrOrder::CbY0CrY1, source, converted, 256);
-      ASSERT_EQ(std::memcmp(expected, converted, sizeof(expected)), 0)
-          << "Cb " << cb << " Cr " << cr;
+      for (const YCbCrForm& form : AvailableYCbCrForms()) {
+        form.convert(*w.matrix, YCbCrOrder::CbY0CrY1, {source, 0, converted, 0, 256, 1});
+        ASSERT_EQ(std::memcmp(expected, converted, sizeof(expected)), 0)
+            << form.name << " Cb " << cb << " Cr " << cr;
+      }
     }
   }
 }
@@ -79,7 +83,7 @@ TEST(YCbCrRows, KnownColours) {
   };
   for (const Case& c : cases) {
     UInt8 argb[8];
-    ConvertYCbCrRowToARGB_Scalar(*c.matrix, YCbCrOrder::CbY0CrY1, c.pair, argb, 2);
+    kScalarYCbCrForm.convert(*c.matrix, YCbCrOrder::CbY0CrY1, {c.pair, 0, argb, 0, 2, 1});
     EXPECT_EQ(argb[0], 255);
     for (int i = 0; i < 3; ++i) EXPECT_EQ(argb[1 + i], c.rgb[i]) << int{c.pair[1]} << " " << i;
   }
@@ -87,28 +91,76 @@ TEST(YCbCrRows, KnownColours) {
 
 TEST(YCbCrRows, FormsAgreeForAllWidthsStartsAndOrders) {
   std::mt19937 random(7);
-  std::vector<UInt8> source(4 * 40 + 16);
-  for (UInt8& byte : source) byte = static_cast<UInt8>(random());
   for (const YCbCrOrder order : {YCbCrOrder::CbY0CrY1, YCbCrOrder::Y0CbY1Cr}) {
-    for (UInt32 width = 0; width <= 66; ++width) {
+    for (int width = -1; width <= 130; ++width) {
       for (std::size_t start = 0; start < 4; ++start) {
-        const std::size_t written = (width + width % 2) * std::size_t{4};
-        std::vector<UInt8> scalar(written + 32, 0xA5);
-        std::vector<UInt8> vector = scalar;
-        ConvertYCbCrRowToARGB_Scalar(kYCbCr709, order, source.data() + start,
-                                     scalar.data() + 8 + start, width);
-        ConvertYCbCrRowToARGB_Vector(kYCbCr709, order, source.data() + start,
-                                     vector.data() + 8 + start, width);
-        ASSERT_EQ(scalar, vector) << width;
-        for (std::size_t i = 0; i < vector.size(); ++i) {
-          const bool inside = i >= 8 + start && i < 8 + start + written;
+        const std::size_t pixels = width > 0 ? static_cast<std::size_t>(width + width % 2) : 0;
+        // The source ends with its last pair: a sanitizer sees what reads on.
+        std::vector<UInt8> source(start + 2 * pixels);
+        for (UInt8& byte : source) byte = static_cast<UInt8>(random());
+        const std::vector<UInt8> untouched(4 * pixels + 64, 0xA5);
+        const auto converted = [&](const YCbCrForm& form) {
+          std::vector<UInt8> out = untouched;
+          form.convert(kYCbCr709, order,
+                       {source.data() + start, 0, out.data() + 32 + start, 0, width, 1});
+          return out;
+        };
+        const std::vector<UInt8> scalar = converted(kScalarYCbCrForm);
+        for (std::size_t i = 0; i < scalar.size(); ++i) {
+          const bool inside = i >= 32 + start && i < 32 + start + 4 * pixels;
           if (!inside) {
-            ASSERT_EQ(vector[i], 0xA5) << width << " " << i;
+            ASSERT_EQ(scalar[i], 0xA5) << width << " " << i;
           }
+        }
+        for (const YCbCrForm& form : AvailableYCbCrForms()) {
+          ASSERT_EQ(converted(form), scalar) << form.name << " " << width;
         }
       }
     }
   }
+}
+
+TEST(YCbCrRows, FramesGoRowByRowWhateverTheStride) {
+  constexpr int kWidth = 70;
+  constexpr int kHeight = 5;
+  constexpr std::ptrdiff_t kSourceRow = 2 * kWidth + 6;
+  constexpr std::ptrdiff_t kRow = 4 * kWidth + 10;
+  std::mt19937 random(9);
+  std::vector<UInt8> source(kSourceRow * kHeight);
+  for (UInt8& byte : source) byte = static_cast<UInt8>(random());
+  for (const YCbCrForm& form : AvailableYCbCrForms()) {
+    std::vector<UInt8> down(kRow * kHeight, 0xA5);
+    std::vector<UInt8> up = down;
+    std::vector<UInt8> want = down;
+    std::vector<UInt8> wantUp = down;
+    for (int y = 0; y < kHeight; ++y) {
+      UInt8 row[4 * kWidth];
+      kScalarYCbCrForm.convert(kYCbCr601, YCbCrOrder::CbY0CrY1,
+                               {source.data() + y * kSourceRow, 0, row, 0, kWidth, 1});
+      std::copy(row, row + sizeof(row), want.begin() + y * kRow);
+      std::copy(row, row + sizeof(row), wantUp.begin() + (kHeight - 1 - y) * kRow);
+    }
+    form.convert(kYCbCr601, YCbCrOrder::CbY0CrY1,
+                 {source.data(), kSourceRow, down.data(), kRow, kWidth, kHeight});
+    EXPECT_EQ(down, want) << form.name;
+    form.convert(
+        kYCbCr601, YCbCrOrder::CbY0CrY1,
+        {source.data(), kSourceRow, up.data() + (kHeight - 1) * kRow, -kRow, kWidth, kHeight});
+    EXPECT_EQ(up, wantUp) << form.name;
+  }
+}
+
+TEST(YCbCrRows, AFormCanBeSelectedByName) {
+  const std::string_view best = AvailableYCbCrForms().front().name;
+  EXPECT_EQ(CurrentYCbCrForm().name, best);
+  EXPECT_EQ(AvailableYCbCrForms().back().name, "scalar");
+  for (const YCbCrForm& form : AvailableYCbCrForms()) {
+    EXPECT_TRUE(SelectYCbCrForm(form.name));
+    EXPECT_EQ(CurrentYCbCrForm().name, form.name);
+  }
+  EXPECT_FALSE(SelectYCbCrForm("none of this name"));
+  EXPECT_TRUE(SelectYCbCrForm("vector"));
+  EXPECT_EQ(CurrentYCbCrForm().name, best);
 }
 
 TEST(YCbCrRows, OrdersDifferOnlyInWhereTheBytesLie) {
