@@ -64,11 +64,11 @@ HWY_INLINE VI16 Parts(const YCbCrMatrix::Two& two, V32 chroma) {
   return UpperHalfTwice(hn::ShiftLeft<7>(hn::Add(high, hn::ShiftRight<15>(low))));
 }
 
-/// (luma + parts) / 73, 0 if negative, not limited to 255. What saturates is above that anyway. The
-/// multiplication is exact for numerators below 73584.
-HWY_INLINE V16 Channel(VI16 luma, VI16 parts) {
-  const VI16 sum = hn::Max(hn::SaturatedAdd(luma, parts), hn::Zero(DI16()));
-  return hn::ShiftRight<6>(hn::MulHigh(hn::BitCast(D16(), sum), hn::Set(D16(), 57457)));
+/// (luma + parts) / 73, rounded down and not limited. What saturates is above a byte anyway. The
+/// multiplication is exact for numerators below 32263.
+HWY_INLINE VI16 Channel(VI16 luma, VI16 parts) {
+  const VI16 sum = hn::SaturatedAdd(luma, parts);
+  return hn::ShiftRight<5>(hn::MulHigh(sum, hn::Set(DI16(), 28729)));
 }
 
 #if HWY_TARGET == HWY_AVX3_DL
@@ -94,9 +94,9 @@ HWY_INLINE V32 LoadPairs(const UInt8* source) {
   return LoadWords(source);
 }
 
-HWY_INLINE void StorePixels(V16 r, V16 g, V16 b, UInt8* destination) {
+HWY_INLINE void StorePixels(VI16 r, VI16 g, VI16 b, UInt8* destination) {
   const V8 rg = PackBlocks(r, g);
-  const V8 ba = PackBlocks(b, hn::Set(D16(), 255));
+  const V8 ba = PackBlocks(b, hn::Set(DI16(), 255));
   const auto pixels = [&](const ByteOrder& order) LUMIVANE_INLINE_LAMBDA {
     const V8 bytes = hn::Load(D8(), order.bytes);
     return V8{_mm512_permutex2var_epi8(rg.raw, bytes.raw, ba.raw)};
@@ -121,8 +121,8 @@ HWY_INLINE V32 LoadPairs(const UInt8* source) {
 #endif
 }
 
-HWY_INLINE void StorePixels(V16 r, V16 g, V16 b, UInt8* destination) {
-  const V8 ag = PackBlocks(hn::Set(D16(), 255), g);
+HWY_INLINE void StorePixels(VI16 r, VI16 g, VI16 b, UInt8* destination) {
+  const V8 ag = PackBlocks(hn::Set(DI16(), 255), g);
   const V8 rb = PackBlocks(r, b);
   const V16 ar = hn::BitCast(D16(), hn::InterleaveLower(D8(), ag, rb));
   const V16 gb = hn::BitCast(D16(), hn::InterleaveUpper(D8(), ag, rb));
@@ -136,10 +136,13 @@ HWY_INLINE V32 LoadPairs(const UInt8* source) {
   return LoadWords(source);
 }
 
-HWY_INLINE void StorePixels(V16 r, V16 g, V16 b, UInt8* destination) {
-  const V16 most = hn::Set(D16(), 255);
-  const V16 ar = hn::Or(most, hn::ShiftLeft<8>(hn::Min(r, most)));
-  const V16 gb = hn::Or(hn::Min(g, most), hn::ShiftLeft<8>(hn::Min(b, most)));
+HWY_INLINE void StorePixels(VI16 r, VI16 g, VI16 b, UInt8* destination) {
+  const auto byte = [](VI16 channel) LUMIVANE_INLINE_LAMBDA {
+    const VI16 limited = hn::Min(hn::Max(channel, hn::Zero(DI16())), hn::Set(DI16(), 255));
+    return hn::BitCast(D16(), limited);
+  };
+  const V16 ar = hn::Or(hn::Set(D16(), 255), hn::ShiftLeft<8>(byte(r)));
+  const V16 gb = hn::Or(byte(g), hn::ShiftLeft<8>(byte(b)));
   hn::StoreInterleaved2(ar, gb, D16(), reinterpret_cast<std::uint16_t*>(destination));
 }
 
@@ -156,9 +159,9 @@ HWY_INLINE void ConvertRows(const YCbCrMatrix& matrix, const PackedRows& rows) {
         constexpr bool oddLuma = order == YCbCrOrder::CbY0CrY1;
         const V32 chroma = hn::BitCast(D32(), oddLuma ? even : odd);
         const VI16 luma = hn::BitCast(DI16(), hn::Mul(oddLuma ? odd : even, hn::Set(D16(), 85)));
-        const V16 r = Channel(luma, Parts(matrix.crToR, hn::ShiftRight<16>(chroma)));
-        const V16 g = Channel(luma, Parts(matrix.toG, chroma));
-        const V16 b = Channel(luma, Parts(matrix.cbToB, hn::And(chroma, hn::Set(D32(), 0xFFu))));
+        const VI16 r = Channel(luma, Parts(matrix.crToR, hn::ShiftRight<16>(chroma)));
+        const VI16 g = Channel(luma, Parts(matrix.toG, chroma));
+        const VI16 b = Channel(luma, Parts(matrix.cbToB, hn::And(chroma, hn::Set(D32(), 0xFFu))));
         StorePixels(r, g, b, destination);
       });
 }

@@ -67,7 +67,7 @@ HWY_INLINE V32 Byte(V32 word) {
 }
 #if HWY_ARCH_X86
 /// 16-bit lanes to bytes, limited to 0..255: in each block of 16 bytes `a`'s first, then `b`'s.
-HWY_INLINE V8 PackBlocks(V16 a, V16 b) {
+HWY_INLINE V8 PackBlocks(VI16 a, VI16 b) {
 #if HWY_TARGET <= HWY_AVX3
   return V8{_mm512_packus_epi16(a.raw, b.raw)};
 #elif HWY_TARGET == HWY_AVX2

@@ -115,7 +115,8 @@ class Table {
     const std::size_t bytes = hn::Lanes(D8());
     const V16 first = hn::BitCast(D16(), LoadUnits<order>(src));
     const V16 second = hn::BitCast(D16(), LoadUnits<order>(src + bytes));
-    const V8 luma = PackBlocks(hn::ShiftRight<8>(first), hn::ShiftRight<8>(second));
+    const V8 luma = PackBlocks(hn::BitCast(DI16(), hn::ShiftRight<8>(first)),
+                               hn::BitCast(DI16(), hn::ShiftRight<8>(second)));
     const V8 mapped = hn::Xor(HalfTable(luma, differences_),
                               HalfTable(hn::Xor(luma, hn::Set(D8(), 0x80)), differences_ + 128));
     const V8 none = hn::Zero(D8());

@@ -61,7 +61,7 @@ HWY_INLINE V16 PixelBytes(VI luma, VI cg, VI cb) {
       D16(), hn::IfThenElseZero(visible, hn::BitCast(DI(), UpperHalves(terms.b, terms.g))));
   const V16 r = hn::BitCast(D16(), hn::IfThenElseZero(visible, terms.r));
   const V16 ar = hn::OddEven(r, hn::Set(D16(), 255));
-  return hn::BitCast(D16(), PackBlocks(ar, gb));
+  return hn::BitCast(D16(), PackBlocks(hn::BitCast(DI16(), ar), hn::BitCast(DI16(), gb)));
 }
 
 #if HWY_TARGET <= HWY_AVX3
