@@ -79,6 +79,86 @@ HWY_INLINE V8 PackBlocks(VI16 a, VI16 b) {
 
 #endif
 
+#if HWY_TARGET == HWY_AVX3_DL
+
+// LoadPairs gives the pairs of a step in the order in which StorePixels wants their pixels'
+// channels, one 16-bit lane each, to write A, R, G, B. Channels are limited to 0..255; A is 255.
+
+/// Where bytes of ARGB come from: of two registers with, in each block of 16 bytes, R then G of
+/// eight pixels in the first one, B then A in the second.
+struct alignas(64) ByteOrder {
+  std::uint8_t bytes[64];
+};
+constexpr ByteOrder MakeByteOrder(unsigned firstPixel) {
+  constexpr unsigned kPlace[4] = {64 + 8, 0, 8, 64};
+  ByteOrder order{};
+  for (unsigned i = 0; i < 64; ++i) {
+    const unsigned pixel = firstPixel + i / 4;
+    order.bytes[i] = static_cast<std::uint8_t>(kPlace[i % 4] + pixel / 8 * 16 + pixel % 8);
+  }
+  return order;
+}
+constexpr ByteOrder kFirstPixels = MakeByteOrder(0);
+constexpr ByteOrder kLastPixels = MakeByteOrder(16);
+
+HWY_INLINE V32 LoadPairs(const std::uint8_t* source) {
+  return LoadWords(source);
+}
+
+HWY_INLINE void StorePixels(VI16 r, VI16 g, VI16 b, std::uint8_t* destination) {
+  const V8 rg = PackBlocks(r, g);
+  const V8 ba = PackBlocks(b, hn::Set(DI16(), 255));
+  const auto pixels = [&](const ByteOrder& order) LUMIVANE_INLINE_LAMBDA {
+    const V8 bytes = hn::Load(D8(), order.bytes);
+    return V8{_mm512_permutex2var_epi8(rg.raw, bytes.raw, ba.raw)};
+  };
+  StoreWords(pixels(kFirstPixels), destination);
+  StoreWords(pixels(kLastPixels), destination + 64);
+}
+
+#elif HWY_ARCH_X86
+
+/// The pairs with neighbours in blocks of their own, so that interleaving within blocks leaves the
+/// first and the last half of the pixels.
+HWY_INLINE V32 LoadPairs(const std::uint8_t* source) {
+  const V32 pairs = LoadWords(source);
+#if HWY_TARGET == HWY_AVX3
+  const __m512i order = _mm512_setr_epi64(0, 4, 1, 5, 2, 6, 3, 7);
+  return V32{_mm512_permutexvar_epi64(order, pairs.raw)};
+#elif HWY_TARGET == HWY_AVX2
+  return V32{_mm256_permute4x64_epi64(pairs.raw, 0xD8)};
+#else
+  return pairs;
+#endif
+}
+
+HWY_INLINE void StorePixels(VI16 r, VI16 g, VI16 b, std::uint8_t* destination) {
+  const V8 ag = PackBlocks(hn::Set(DI16(), 255), g);
+  const V8 rb = PackBlocks(r, b);
+  const V16 ar = hn::BitCast(D16(), hn::InterleaveLower(D8(), ag, rb));
+  const V16 gb = hn::BitCast(D16(), hn::InterleaveUpper(D8(), ag, rb));
+  StoreWords(hn::InterleaveLower(D16(), ar, gb), destination);
+  StoreWords(hn::InterleaveUpper(D16(), ar, gb), destination + hn::Lanes(D8()));
+}
+
+#else
+
+HWY_INLINE V32 LoadPairs(const std::uint8_t* source) {
+  return LoadWords(source);
+}
+
+HWY_INLINE void StorePixels(VI16 r, VI16 g, VI16 b, std::uint8_t* destination) {
+  const auto byte = [](VI16 channel) LUMIVANE_INLINE_LAMBDA {
+    const VI16 limited = hn::Min(hn::Max(channel, hn::Zero(DI16())), hn::Set(DI16(), 255));
+    return hn::BitCast(D16(), limited);
+  };
+  const V16 ar = hn::Or(hn::Set(D16(), 255), hn::ShiftLeft<8>(byte(r)));
+  const V16 gb = hn::Or(byte(g), hn::ShiftLeft<8>(byte(b)));
+  hn::StoreInterleaved2(ar, gb, D16(), reinterpret_cast<std::uint16_t*>(destination));
+}
+
+#endif
+
 /// Calls step(source, destination, pairs) for `vectors * PairsPerStep()` pairs at a time. A row's
 /// last pairs, fewer than that, pass through buffers of a whole step; with `reads` the
 /// destination's bytes go along.

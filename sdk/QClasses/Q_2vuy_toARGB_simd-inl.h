@@ -22,7 +22,8 @@ namespace Q_2vuy {
 namespace HWY_NAMESPACE {
 
 constexpr std::int32_t kLuma = 76309;
-constexpr std::int32_t kBlack = -16 * kLuma;  ///< the luma term of Y itself starts there
+constexpr std::int32_t kBlack = -16 * kLuma;    ///< the luma term of Y itself starts there
+constexpr std::int32_t kBlackest = -(1 << 30);  ///< a luma term that nothing makes visible
 
 /// The chroma term of a channel, for Cb and Y as they are.
 template <std::int32_t factor, std::int32_t offset>
@@ -32,113 +33,54 @@ HWY_INLINE VI ChromaTerm(VI cb) {
   return hn::ShiftRight<4>(sum);
 }
 
-/// One pixel of each pair: R in the upper half of `r`'s lanes, and so on.
-struct Terms {
-  VI r;
-  VI g;
-  VI b;
-};
-
-HWY_INLINE Terms PixelTerms(VI luma, VI cg, VI cb) {
-  const VI y = hn::Mul(luma, hn::Set(DI(), kLuma));
-  return {hn::Add(y, hn::Set(DI(), kBlack + 2404000 / 16)), hn::Add(y, cg), hn::Add(y, cb)};
+/// The luma term. Below video black the rule's unsigned luma overflows: black, whatever is added.
+HWY_INLINE VI LumaTerm(VI y) {
+  const VI factor = hn::Set(DI(), kLuma);
+#if HWY_TARGET <= HWY_AVX3
+  const __mmask16 visible = _mm512_cmpgt_epi32_mask(y.raw, _mm512_set1_epi32(15));
+  return VI{_mm512_mask_mullo_epi32(_mm512_set1_epi32(kBlackest), visible, y.raw, factor.raw)};
+#else
+  const auto hidden = hn::VecFromMask(DI(), hn::Lt(y, hn::Set(DI(), 16)));
+  return hn::Or(hn::Mul(y, factor), hn::And(hidden, hn::Set(DI(), kBlackest)));
+#endif
 }
 
-/// The upper halves of `upper`'s lanes in their places, those of `lower`'s in the lower ones.
-HWY_INLINE V16 UpperHalves(VI upper, VI lower) {
-  return hn::OddEven(hn::BitCast(D16(), upper),
-                     hn::BitCast(D16(), hn::ShiftRight<16>(hn::BitCast(D32(), lower))));
+/// The upper halves of the lanes, in the order of the pixels.
+HWY_INLINE VI16 Channels(VI first, VI second) {
+#if HWY_TARGET <= HWY_AVX3
+  constexpr __mmask64 kLowerHalves = 0x3333333333333333;
+  const __m512i down = _mm512_set4_epi32(0x0F0E0F0E, 0x0B0A0B0A, 0x07060706, 0x03020302);
+  return VI16{_mm512_mask_shuffle_epi8(second.raw, kLowerHalves, first.raw, down)};
+#else
+  const V32 down = hn::ShiftRight<16>(hn::BitCast(D32(), first));
+  return hn::OddEven(hn::BitCast(DI16(), second), hn::BitCast(DI16(), down));
+#endif
 }
 
+/// Byte 1 of each word.
+HWY_INLINE VI FirstLuma(V32 pairs) {
 #if HWY_ARCH_X86
-
-/// A, R in the low half of the result's block, G, B in the upper one.
-HWY_INLINE V16 PixelBytes(VI luma, VI cg, VI cb) {
-  const Terms terms = PixelTerms(luma, cg, cb);
-  // Below video black the rule's unsigned luma overflows: black.
-  const auto visible = hn::Gt(luma, hn::Set(DI(), 15));
-  const V16 gb = hn::BitCast(
-      D16(), hn::IfThenElseZero(visible, hn::BitCast(DI(), UpperHalves(terms.b, terms.g))));
-  const V16 r = hn::BitCast(D16(), hn::IfThenElseZero(visible, terms.r));
-  const V16 ar = hn::OddEven(r, hn::Set(D16(), 255));
-  return hn::BitCast(D16(), PackBlocks(hn::BitCast(DI16(), ar), hn::BitCast(DI16(), gb)));
-}
-
-#if HWY_TARGET <= HWY_AVX3
-/// Indices of 16-bit lanes in the first (0..31) and second (32..63) pixels' bytes, for the first
-/// half of a step's pixels; the second half's are 16 more.
-struct alignas(64) PixelOrder {
-  std::uint16_t lanes[32];
-};
-constexpr PixelOrder MakePixelOrder(unsigned half) {
-  PixelOrder order{};
-  for (unsigned i = 0; i < 32; ++i) {
-    const unsigned pixel = i / 2 + 16 * half;
-    const unsigned pair = pixel / 2;
-    const unsigned block = pair / 4;
-    order.lanes[i] = static_cast<std::uint16_t>(pixel % 2 * 32 + block * 8 + i % 2 * 4 + pair % 4);
-  }
-  return order;
-}
-constexpr PixelOrder kFirstHalf = MakePixelOrder(0);
-constexpr PixelOrder kSecondHalf = MakePixelOrder(1);
+  alignas(16) static constexpr std::uint8_t kOrder[16] = {1, 128, 128, 128, 5,  128, 128, 128,
+                                                          9, 128, 128, 128, 13, 128, 128, 128};
+  const V8 order = hn::LoadDup128(D8(), kOrder);
+  return hn::BitCast(DI(), hn::TableLookupBytesOr0(hn::BitCast(D8(), pairs), order));
+#else
+  return hn::BitCast(DI(), Byte<1>(pairs));
 #endif
+}
 
 HWY_INLINE void StepToARGB(const std::uint8_t* src, std::uint8_t* dst) {
-#if HWY_TARGET == HWY_AVX2
-  // Blocks of two neighbouring units each, so that the halves of what is interleaved within blocks
-  // are the halves of the step.
-  const V32 pair{_mm256_permute4x64_epi64(LoadWords(src).raw, 0xD8)};
-#else
-  const V32 pair = LoadWords(src);
-#endif
-  const VI chroma = hn::BitCast(DI(), Byte<0>(pair));
-  const VI cg = ChromaTerm<-223609, -34520>(chroma);
-  const VI cb = ChromaTerm<2215014, 524250>(chroma);
-  const V16 first = PixelBytes(hn::BitCast(DI(), Byte<1>(pair)), cg, cb);
-  const V16 second = PixelBytes(hn::BitCast(DI(), Byte<3>(pair)), cg, cb);
-  const std::size_t half = hn::Lanes(D8());
-#if HWY_TARGET <= HWY_AVX3
-  const auto pixels = [&](const PixelOrder& order) {
-    const V16 lanes = hn::Load(D16(), order.lanes);
-    return V16{_mm512_permutex2var_epi16(first.raw, lanes.raw, second.raw)};
+  const V32 pairs = LoadPairs(src);
+  const VI chroma = hn::BitCast(DI(), Byte<0>(pairs));
+  const VI y0 = LumaTerm(FirstLuma(pairs));
+  const VI y1 = LumaTerm(hn::BitCast(DI(), Byte<3>(pairs)));
+  const auto channels = [=](VI term) LUMIVANE_INLINE_LAMBDA {
+    return Channels(hn::Add(y0, term), hn::Add(y1, term));
   };
-  StoreWords(pixels(kFirstHalf), dst);
-  StoreWords(pixels(kSecondHalf), dst + half);
-#else
-  const V16 ar = hn::InterleaveLower(D16(), first, second);
-  const V16 gb = hn::InterleaveUpper(D16(), first, second);
-  StoreWords(hn::InterleaveLower(D16(), ar, gb), dst);
-  StoreWords(hn::InterleaveUpper(D16(), ar, gb), dst + half);
-#endif
+  StorePixels(channels(hn::Set(DI(), kBlack + 2404000 / 16)),
+              channels(ChromaTerm<-223609, -34520>(chroma)),
+              channels(ChromaTerm<2215014, 524250>(chroma)), dst);
 }
-
-#else
-
-HWY_INLINE V32 Channel(VI term) {
-  const VI value = hn::ShiftRight<16>(term);
-  return hn::BitCast(D32(), hn::Min(hn::Max(value, hn::Zero(DI())), hn::Set(DI(), 255)));
-}
-
-HWY_INLINE V32 PixelWords(VI luma, VI cg, VI cb) {
-  const Terms terms = PixelTerms(luma, cg, cb);
-  const V32 colour = Pack(hn::Zero(D32()), Channel(terms.r), Channel(terms.g), Channel(terms.b));
-  // Below video black the rule's unsigned luma overflows: black.
-  const auto visible = hn::RebindMask(D32(), hn::Gt(luma, hn::Set(DI(), 15)));
-  return hn::Or(hn::IfThenElseZero(visible, colour), hn::Set(D32(), 0xFFu));
-}
-
-HWY_INLINE void StepToARGB(const std::uint8_t* src, std::uint8_t* dst) {
-  const V32 pair = LoadWords(src);
-  const VI chroma = hn::BitCast(DI(), Byte<0>(pair));
-  const VI cg = ChromaTerm<-223609, -34520>(chroma);
-  const VI cb = ChromaTerm<2215014, 524250>(chroma);
-  hn::StoreInterleaved2(PixelWords(hn::BitCast(DI(), Byte<1>(pair)), cg, cb),
-                        PixelWords(hn::BitCast(DI(), Byte<3>(pair)), cg, cb), D32(),
-                        reinterpret_cast<std::uint32_t*>(dst));
-}
-
-#endif
 
 HWY_INLINE void ToARGB(const Rows& rows) {
   ForSteps<4, 8, false>(rows, [](const std::uint8_t* src, std::uint8_t* dst, int)
