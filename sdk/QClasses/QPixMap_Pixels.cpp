@@ -8,7 +8,6 @@ using QPixMapKernels::CurrentRowKernels;
 using QPixMapKernels::Rows;
 using QPixMapKernels::Source;
 using QPixMapRows::ForEachBlock;
-using QPixMapRows::ForEachRow;
 using QPixMapRows::Memory;
 
 void QPixMap_Copy32x24(PixMap** hPixMap, const unsigned char* rgb) {
@@ -33,19 +32,48 @@ void QPixMap_Copy32x32(PixMap** hPixMap, const unsigned char* bytes) {
   std::memmove(map.base, bytes, static_cast<std::size_t>(map.size));
 }
 
-void QPixMap_FillColor32(PixMap** hPixMap, UInt32 color) {
-  ForEachRow(hPixMap, 4, [color](unsigned char* row, std::size_t pixels) {
-    for (std::size_t x = 0; x < pixels; ++x) std::memcpy(row + 4 * x, &color, 4);
+namespace {
+
+// What operations take a pixel, in bytes of a copy.
+constexpr std::size_t kFillCost = 4;
+constexpr std::size_t kColourCost = 16;
+constexpr std::size_t kBlendCost = 20;
+
+/// Every pixel becomes the `pixelBytes` bytes at `pixel`.
+void Fill(PixMap** hPixMap, SInt32 pixelBytes, const void* pixel) {
+  const auto size = static_cast<std::size_t>(pixelBytes);
+  ForEachBlock(hPixMap, pixelBytes, kFillCost, [size, pixel](const Rows& rows) {
+    const std::size_t bytes = size * rows.width;
+    const bool apart = bytes <= static_cast<std::size_t>(rows.rowBytes);
+    unsigned char* row = rows.first;
+    for (std::size_t y = 0; y < rows.height; ++y, row += rows.rowBytes) {
+      if (y > 0 && apart) {
+        std::memcpy(row, rows.first, bytes);
+        continue;
+      }
+      // The first pixel, then as many more as there are already. A row that runs into the next one
+      // is no longer there to be copied.
+      std::memcpy(row, pixel, size);
+      for (std::size_t done = size; done < bytes;) {
+        const std::size_t more = std::min(done, bytes - done);
+        std::memcpy(row + done, row, more);
+        done += more;
+      }
+    }
   });
+}
+
+}  // namespace
+
+void QPixMap_FillColor32(PixMap** hPixMap, UInt32 color) {
+  Fill(hPixMap, 4, &color);
 }
 
 void QPixMap_FillColor_RGB_24(PixMap** hPixMap, UInt32 color) {
   const unsigned char bytes[3] = {static_cast<unsigned char>(color),
                                   static_cast<unsigned char>(color >> 8),
                                   static_cast<unsigned char>(color >> 16)};
-  ForEachRow(hPixMap, 3, [&bytes](unsigned char* row, std::size_t pixels) {
-    for (std::size_t x = 0; x < pixels; ++x) std::memcpy(row + 3 * x, bytes, 3);
-  });
+  Fill(hPixMap, 3, bytes);
 }
 
 void QPixMap_SafeSetPixel32(PixMap** hPixMap, const QPoint& where, UInt32 value) {
@@ -72,19 +100,21 @@ QPixMapBrightness::QPixMapBrightness(double factor) {
 }
 
 void QPixMap_Grayscale32(PixMap** hPixMap) {
-  ForEachBlock(hPixMap, 4, CurrentRowKernels().grey);
+  ForEachBlock(hPixMap, 4, kColourCost, CurrentRowKernels().grey);
 }
 
 void QPixMap_Brightness32(PixMap** hPixMap, double factor) {
   const QPixMapBrightness brightness(factor);
   unsigned char table[256];
   for (int v = 0; v < 256; ++v) table[v] = static_cast<unsigned char>(brightness[v]);
-  ForEachBlock(hPixMap, 4, [&table](const Rows& rows) { CurrentRowKernels().levels(rows, table); });
+  const QPixMapKernels::RowKernels& kernels = CurrentRowKernels();
+  ForEachBlock(hPixMap, 4, kColourCost, [&](const Rows& rows) { kernels.levels(rows, table); });
 }
 
 void QPixMap_DuoTone32(PixMap** hPixMap, UInt32 color) {
   const QPixMapKernels::Tint tint = QPixMapKernels::TintOfColor(color);
-  ForEachBlock(hPixMap, 4, [tint](const Rows& rows) { CurrentRowKernels().duotone(rows, tint); });
+  const QPixMapKernels::RowKernels& kernels = CurrentRowKernels();
+  ForEachBlock(hPixMap, 4, kColourCost, [&](const Rows& rows) { kernels.duotone(rows, tint); });
 }
 
 void QPixMap_AlphaBlend32(PixMap** hA, double weightA, PixMap** hB, double weightB,
@@ -92,7 +122,10 @@ void QPixMap_AlphaBlend32(PixMap** hA, double weightA, PixMap** hB, double weigh
   const Memory a(hA);
   const Memory b(hB);
   const Memory dest(hDest);
-  if (a.base == nullptr || b.base == nullptr) return;
+  if (a.base == nullptr || b.base == nullptr || dest.height <= 0 || dest.width <= 0) return;
+  QPixMapKernels::BlendPlan plan{weightA, weightB};
+  CurrentRowKernels().planBlend(
+      plan, dest.PixelsAt(0, dest.width, 4) * static_cast<std::size_t>(dest.height));
   const auto pixelsAt = [&](SInt32 y) {
     return std::min({dest.PixelsAt(y, dest.width, 4), a.PixelsAt(y, dest.width, 4),
                      b.PixelsAt(y, dest.width, 4)});
@@ -102,18 +135,24 @@ void QPixMap_AlphaBlend32(PixMap** hA, double weightA, PixMap** hB, double weigh
   };
   ForEachBlock(0, dest.height, pixelsAt, [&](SInt32 y, std::size_t rows, std::size_t pixels) {
     QPixMapRows::WithKernels(
-        Rows{dest.Row(y), static_cast<std::ptrdiff_t>(dest.rowBytes), pixels, rows}, 4,
-        [&](const QPixMapKernels::RowKernels& kernels, const Rows& to, const Source& fromA,
-            const Source& fromB) { kernels.blend(to, fromA, weightA, fromB, weightB); },
+        Rows{dest.Row(y), static_cast<std::ptrdiff_t>(dest.rowBytes), pixels, rows}, 4, kBlendCost,
+        [&plan](const QPixMapKernels::RowKernels& kernels, const Rows& to, const Source& fromA,
+                const Source& fromB) { kernels.blend(to, fromA, fromB, plan); },
         source(a, y), source(b, y));
   });
 }
 
 bool QPixMap_IsPartiallyTransparent32(PixMap** hPixMap) {
   if (GetPixDepth(hPixMap) != 32) return false;
-  bool transparent = false;
-  ForEachRow(hPixMap, 4, [&transparent](const unsigned char* row, std::size_t pixels) {
-    for (std::size_t x = 0; x < pixels && !transparent; ++x) transparent = row[4 * x] < 255;
-  });
-  return transparent;
+  const Memory map(hPixMap);
+  for (SInt32 y = 0; y < map.height; ++y) {
+    const std::size_t pixels = map.PixelsAt(y, map.width, 4);
+    if (pixels == 0) break;
+    // A row at a time without a way out of it, so that the compiler takes several pixels at once.
+    const unsigned char* const row = map.Row(y);
+    unsigned char all = 255;
+    for (std::size_t x = 0; x < pixels; ++x) all &= row[4 * x];
+    if (all != 255) return true;
+  }
+  return false;
 }

@@ -19,13 +19,21 @@ namespace HWY_NAMESPACE {
 
 #if QPIXMAP_SCALAR_STANDS_IN
 
-void Blend(const Rows& dst, const Source& a, double weightA, const Source& b, double weightB) {
-  kScalarRowKernels.blend(dst, a, weightA, b, weightB);
+void PlanBlend(BlendPlan& plan, std::size_t pixels) {
+  kScalarRowKernels.planBlend(plan, pixels);
+}
+void Blend(const Rows& dst, const Source& a, const Source& b, const BlendPlan& plan) {
+  kScalarRowKernels.blend(dst, a, b, plan);
 }
 
 #else
 
 namespace {
+
+/// Whether all sums are within 32 bits.
+bool WeightsFit(const BlendPlan& plan) {
+  return 255 * (std::fabs(plan.weightA) + std::fabs(plan.weightB)) < 2147483647.0;
+}
 
 /// In doubles, for weights whose sums all fit in 32 bits.
 void BlendInDoubles(const Rows& dst, const Source& a, double weightA, const Source& b,
@@ -50,20 +58,12 @@ void BlendInDoubles(const Rows& dst, const Source& a, double weightA, const Sour
 
 /// The rule's sum for all bytes a and b, taken apart into the whole part of a's product, that of
 /// b's, and whether the rest carries. For most weights the bytes a that carry with one b are among
-/// those that carry with another, or all of them and more: then each a has a rank, from which on
-/// it carries with a b.
-struct BlendTables {
-  alignas(64) std::uint8_t wholeA[256];
-  alignas(64) std::uint8_t rankA[256];
-  alignas(64) std::uint8_t wholeB[256];
-  alignas(64) std::uint8_t carryB[256];  ///< carries when added to a rank overflows 8 bits
-
-  /// False when there are no such ranks, or when a product is negative, so that truncation is not
-  /// rounding down.
-  bool Make(double weightA, double weightB);
-};
-
-bool BlendTables::Make(double weightA, double weightB) {
+/// those that carry with another, or all of them and more: then each a has a rank, and each b a
+/// number that overflows 8 bits when added to the ranks that carry with it. False when there are no
+/// such ranks, or when a product is negative, so that truncation is not rounding down.
+bool MakeTables(BlendPlan& plan) {
+  const double weightA = plan.weightA;
+  const double weightB = plan.weightB;
   if (!(weightA >= 0 && weightB >= 0)) return false;
   alignas(64) double productA[256];
   alignas(64) double nextA[256];
@@ -72,7 +72,7 @@ bool BlendTables::Make(double weightA, double weightB) {
     productA[v] = static_cast<double>(v) * weightA;
     const double whole = std::floor(productA[v]);
     nextA[v] = whole + 1;
-    wholeA[v] = static_cast<std::uint8_t>(static_cast<std::uint32_t>(whole));
+    plan.wholeA[v] = static_cast<std::uint8_t>(static_cast<std::uint32_t>(whole));
     mostOfA = std::max(mostOfA, productA[v] - whole);
   }
   double productB[256];
@@ -118,10 +118,10 @@ bool BlendTables::Make(double weightA, double weightB) {
     }
   }
   for (std::size_t v = 0; v < 256; ++v) {
-    rankA[v] = static_cast<std::uint8_t>(ranks[carriesOfA[v]]++);
+    plan.rankA[v] = static_cast<std::uint8_t>(ranks[carriesOfA[v]]++);
     const std::uint32_t always = carriesOfB[v] == 256 ? 1 : 0;
-    wholeB[v] = static_cast<std::uint8_t>(static_cast<std::uint32_t>(wholeOfB[v]) + always);
-    carryB[v] = static_cast<std::uint8_t>(carriesOfB[v]);
+    plan.wholeB[v] = static_cast<std::uint8_t>(static_cast<std::uint32_t>(wholeOfB[v]) + always);
+    plan.carryB[v] = static_cast<std::uint8_t>(carriesOfB[v]);
   }
   return true;
 }
@@ -144,7 +144,7 @@ class ByteTable {
   __m512i part0_, part1_, part2_, part3_;
 };
 
-void BlendByTables(const Rows& dst, const Source& a, const Source& b, const BlendTables& tables) {
+void BlendByTables(const Rows& dst, const Source& a, const Source& b, const BlendPlan& tables) {
   const ByteTable wholeA(tables.wholeA);
   const ByteTable rankA(tables.rankA);
   const ByteTable wholeB(tables.wholeB);
@@ -167,21 +167,27 @@ constexpr std::size_t kPixelsForTables = 1 << 15;
 
 }  // namespace
 
-void Blend(const Rows& dst, const Source& a, double weightA, const Source& b, double weightB) {
-  if (!(255 * (std::fabs(weightA) + std::fabs(weightB)) < 2147483647.0)) {
-    kScalarRowKernels.blend(dst, a, weightA, b, weightB);
+void PlanBlend(BlendPlan& plan, std::size_t pixels) {
+#if HWY_TARGET == HWY_AVX3_DL
+  plan.byTables = pixels >= kPixelsForTables && WeightsFit(plan) && MakeTables(plan);
+#else
+  (void)plan;
+  (void)pixels;
+#endif
+}
+
+void Blend(const Rows& dst, const Source& a, const Source& b, const BlendPlan& plan) {
+  if (!WeightsFit(plan)) {
+    kScalarRowKernels.blend(dst, a, b, plan);
     return;
   }
 #if HWY_TARGET == HWY_AVX3_DL
-  if (dst.width * dst.height >= kPixelsForTables) {
-    BlendTables tables;
-    if (tables.Make(weightA, weightB)) {
-      BlendByTables(dst, a, b, tables);
-      return;
-    }
+  if (plan.byTables) {
+    BlendByTables(dst, a, b, plan);
+    return;
   }
 #endif
-  BlendInDoubles(dst, a, weightA, b, weightB);
+  BlendInDoubles(dst, a, plan.weightA, b, plan.weightB);
 }
 
 #endif

@@ -43,6 +43,19 @@ struct Tint {
 /// Red in the low byte, then green, then blue.
 Tint TintOfColor(std::uint32_t color);
 
+/// What a form makes once of a blend's weights.
+struct BlendPlan {
+  BlendPlan(double ofA, double ofB) : weightA(ofA), weightB(ofB) {}
+
+  double weightA;
+  double weightB;
+  bool byTables = false;  ///< the tables are made
+  alignas(64) std::uint8_t wholeA[256];
+  alignas(64) std::uint8_t rankA[256];
+  alignas(64) std::uint8_t wholeB[256];
+  alignas(64) std::uint8_t carryB[256];
+};
+
 struct RowKernels {
   std::string_view name;
 
@@ -55,9 +68,13 @@ struct RowKernels {
   /// Each pixel keeps its brightness and takes the tint's chroma; near-white ones stay.
   void (*duotone)(const Rows& rows, Tint tint);
 
+  /// Prepares a plan with weights for a blend of so many pixels by this form.
+  void (*planBlend)(BlendPlan& plan, std::size_t pixels);
+
   /// dst = trunc(a * weightA + b * weightB) in double precision for each byte, low 8 bits. What
-  /// lies beyond the 32-bit range, and NaN, is the most negative integer: 0.
-  void (*blend)(const Rows& dst, const Source& a, double weightA, const Source& b, double weightB);
+  /// lies beyond the 32-bit range, and NaN, is the most negative integer: 0. The plan is this
+  /// form's or has just weights.
+  void (*blend)(const Rows& dst, const Source& a, const Source& b, const BlendPlan& plan);
 
   /// Each byte, alpha too, becomes trunc(d * (1 - a) + o * a), limited to [0, 255], in double
   /// precision, with o the overlay's byte and a = its alpha / 255.0 * opacity. NaN, and what lies

@@ -60,14 +60,17 @@ void Duotone(const Rows& rows, Tint tint) {
   });
 }
 
-void Blend(const Rows& dst, const Source& a, double weightA, const Source& b, double weightB) {
+void PlanBlend(BlendPlan&, std::size_t) {}
+
+void Blend(const Rows& dst, const Source& a, const Source& b, const BlendPlan& plan) {
   for (std::size_t y = 0; y < dst.height; ++y) {
     const auto row = static_cast<std::ptrdiff_t>(y);
     std::uint8_t* const to = dst.first + row * dst.rowBytes;
     const std::uint8_t* const fromA = a.first + row * a.rowBytes;
     const std::uint8_t* const fromB = b.first + row * b.rowBytes;
     for (std::size_t i = 0; i < kPixelBytes * dst.width; ++i) {
-      to[i] = static_cast<std::uint8_t>(Truncate(fromA[i] * weightA + fromB[i] * weightB));
+      to[i] =
+          static_cast<std::uint8_t>(Truncate(fromA[i] * plan.weightA + fromB[i] * plan.weightB));
     }
   }
 }
@@ -105,7 +108,7 @@ Tint TintOfColor(std::uint32_t color) {
           static_cast<float>(-0.148 * r - 0.291 * g + 0.439 * b)};
 }
 
-const RowKernels kScalarRowKernels = {"scalar", Grey,       Levels,    Duotone,
-                                      Blend,    Overlay<4>, Overlay<3>};
+const RowKernels kScalarRowKernels = {"scalar",  Grey,  Levels,     Duotone,
+                                      PlanBlend, Blend, Overlay<4>, Overlay<3>};
 
 }  // namespace QPixMapKernels

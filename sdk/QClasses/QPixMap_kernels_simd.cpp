@@ -17,13 +17,15 @@ namespace HWY_NAMESPACE {
 void Grey(const Rows& rows);
 void Levels(const Rows& rows, const std::uint8_t* table);
 void Duotone(const Rows& rows, Tint tint);
-void Blend(const Rows& dst, const Source& a, double weightA, const Source& b, double weightB);
+void PlanBlend(BlendPlan& plan, std::size_t pixels);
+void Blend(const Rows& dst, const Source& a, const Source& b, const BlendPlan& plan);
 void Overlay(const Rows& dst, const Source& overlay, float opacity);
 void Overlay24(const Rows& dst, const Source& overlay, float opacity);
 
 const KernelForm<RowKernels>* Form() {
   static const KernelForm<RowKernels> kForm = {
-      HWY_TARGET, {hwy::TargetName(HWY_TARGET), Grey, Levels, Duotone, Blend, Overlay, Overlay24}};
+      HWY_TARGET,
+      {hwy::TargetName(HWY_TARGET), Grey, Levels, Duotone, PlanBlend, Blend, Overlay, Overlay24}};
   return &kForm;
 }
 

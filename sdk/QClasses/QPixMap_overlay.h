@@ -5,6 +5,9 @@
 
 namespace QPixMapOverlay {
 
+/// What a pixel takes, in bytes of a copy.
+constexpr std::size_t kCost = 30;
+
 /// `kDestBytes` 4: all four bytes blend; 3: the last three of the overlay's do.
 template <int kDestBytes>
 void Draw(const QPixMapRows::Memory& dest, const Point& where, const QPixMapRows::Memory& overlay,
@@ -27,7 +30,7 @@ void Draw(const QPixMapRows::Memory& dest, const Point& where, const QPixMapRows
         const Source from = {overlay.Row(r) + 4 * firstColumn,
                              static_cast<std::ptrdiff_t>(overlay.rowBytes)};
         QPixMapRows::WithKernels(
-            to, kDestBytes,
+            to, kDestBytes, kCost,
             [opacity](const RowKernels& kernels, const Rows& d, const Source& o) {
               (kDestBytes == 4 ? kernels.overlay : kernels.overlay24)(d, o, opacity);
             },

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "sdk/CoreX/RowThreads.h"
 #include "sdk/QClasses/QPixMap.h"
 #include "sdk/QClasses/QPixMap_kernels.h"
 
@@ -43,6 +44,23 @@ struct Memory {
   }
 };
 
+/// `operation(rows)` on all rows, shared among threads where they have no bytes in common. `cost`
+/// is what a pixel takes, in bytes of a copy.
+template <typename Operation>
+void Share(const QPixMapKernels::Rows& all, std::size_t pixelBytes, std::size_t cost,
+           const Operation& operation) {
+  if (all.height < 2 || static_cast<std::size_t>(all.rowBytes) < all.width * pixelBytes) {
+    operation(all);
+    return;
+  }
+  RowThreads::ForRows(static_cast<int>(all.height), cost * all.width, [&](int first, int last) {
+    QPixMapKernels::Rows rows = all;
+    rows.first += first * rows.rowBytes;
+    rows.height = static_cast<std::size_t>(last - first);
+    operation(rows);
+  });
+}
+
 /// `operation(y, rows, pixels)` on blocks of rows from the first to the last but one, each of rows
 /// that have as many pixels by `pixelsAt(y)`: rows that are cut off come one by one, empty ones not
 /// at all.
@@ -57,26 +75,19 @@ void ForEachBlock(SInt32 first, SInt32 last, const PixelsAt& pixelsAt, const Ope
   }
 }
 
-/// `operation` on blocks of rows that together hold what pixels of the map lie in its memory.
+/// `operation` on blocks of rows that together hold what pixels of the map lie in its memory, each
+/// shared among threads as above.
 template <typename Operation>
-void ForEachBlock(PixMap** hPixMap, SInt32 pixelBytes, const Operation& operation) {
+void ForEachBlock(PixMap** hPixMap, SInt32 pixelBytes, std::size_t cost,
+                  const Operation& operation) {
   const Memory map(hPixMap);
   ForEachBlock(
       0, map.height, [&](SInt32 y) { return map.PixelsAt(y, map.width, pixelBytes); },
       [&](SInt32 y, std::size_t rows, std::size_t pixels) {
-        operation(QPixMapKernels::Rows{map.Row(y), static_cast<std::ptrdiff_t>(map.rowBytes),
-                                       pixels, rows});
+        Share(QPixMapKernels::Rows{map.Row(y), static_cast<std::ptrdiff_t>(map.rowBytes), pixels,
+                                   rows},
+              static_cast<std::size_t>(pixelBytes), cost, operation);
       });
-}
-
-/// `operation` on the start and the number of pixels of every row.
-template <typename Operation>
-void ForEachRow(PixMap** hPixMap, SInt32 pixelBytes, const Operation& operation) {
-  ForEachBlock(hPixMap, pixelBytes, [&operation](const QPixMapKernels::Rows& rows) {
-    for (std::size_t y = 0; y < rows.height; ++y) {
-      operation(rows.first + static_cast<std::ptrdiff_t>(y) * rows.rowBytes, rows.width);
-    }
-  });
 }
 
 /// Whether all of two blocks of rows is the same memory, or they have none in common.
@@ -91,21 +102,27 @@ inline bool ApartOrSame(const QPixMapKernels::Rows& dst, std::size_t dstPixelByt
   return d < s ? s - d >= bytes(dst.rowBytes, dstPixelBytes) : d - s >= bytes(source.rowBytes, 4);
 }
 
-/// `operation(kernels, dst, sources...)` on all rows at once by the chosen form where that
-/// may be; else row by row, and by the scalar form where a row meets a part of another one's.
+/// `operation(kernels, dst, sources...)`, `cost` bytes of a copy a pixel, on all rows at once by
+/// the chosen form where that may be; else row by row, and by the scalar form where a row meets a
+/// part of another one's.
 template <typename... Sources, typename Operation>
-void WithKernels(const QPixMapKernels::Rows& dst, std::size_t dstPixelBytes,
+void WithKernels(const QPixMapKernels::Rows& dst, std::size_t dstPixelBytes, std::size_t cost,
                  const Operation& operation, const Sources&... sources) {
   const QPixMapKernels::RowKernels& chosen = QPixMapKernels::CurrentRowKernels();
-  if ((ApartOrSame(dst, dstPixelBytes, sources) && ...)) {
-    operation(chosen, dst, sources...);
-    return;
-  }
-  const auto down = [](auto rows, std::size_t y) {
-    rows.first += static_cast<std::ptrdiff_t>(y) * rows.rowBytes;
+  const auto down = [](auto rows, std::ptrdiff_t y) {
+    rows.first += y * rows.rowBytes;
     return rows;
   };
-  for (std::size_t y = 0; y < dst.height; ++y) {
+  if ((ApartOrSame(dst, dstPixelBytes, sources) && ...)) {
+    Share(dst, dstPixelBytes, cost, [&](const QPixMapKernels::Rows& part) {
+      const std::ptrdiff_t y =
+          part.first == dst.first ? 0 : (part.first - dst.first) / dst.rowBytes;
+      operation(chosen, part, down(sources, y)...);
+    });
+    return;
+  }
+  for (std::size_t i = 0; i < dst.height; ++i) {
+    const auto y = static_cast<std::ptrdiff_t>(i);
     QPixMapKernels::Rows row = down(dst, y);
     row.height = 1;
     const bool apart = (ApartOrSame(row, dstPixelBytes, down(sources, y)) && ...);

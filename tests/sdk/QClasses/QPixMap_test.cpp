@@ -10,6 +10,7 @@
 
 #include "platform/CoreGraphics/CoreGraphics.h"
 #include "sdk/CoreGeometry/NormalValue.h"
+#include "sdk/CoreX/RowThreads.h"
 #include "sdk/QClasses/QPixMap_kernels.h"
 #include "tests/sdk/QClasses/PixMapInMemory.h"
 #include "tests/support/LogCapture.h"
@@ -595,6 +596,83 @@ TEST(QPixMap, APartOfAnotherMapEndsWhereThatOneEnds) {
   EXPECT_TRUE(QPixMap_FillPixelARGB32(map.handle(), 0));
   EXPECT_EQ(Bytes(map.Row(1), map.Row(1) + 16), Bytes(16, 0));
   EXPECT_EQ(map.Row(1)[16], map.Original(4, 1, 0));
+}
+
+TEST(QPixMap, RowsTooShortForTheirPixelsAreFilledOneAfterTheOther) {
+  // 5 bytes from row to row, 4 pixels each: the later row wins where two meet.
+  for (const int pixelBytes : {3, 4}) {
+    PixMapInMemory map(4, 6, 3, 0, pixelBytes);
+    QTSetPixMapPtrRowBytes(&map.record(), 5);
+    Bytes want = map.bytes();
+    const unsigned char color[4] = {0x11, 0x22, 0x33, 0x44};
+    const std::size_t size = 30;  // six rows' bytes are the map's own
+    for (std::size_t y = 0; y < 6; ++y) {
+      for (std::size_t x = 0; x < 4; ++x) {
+        const auto each = static_cast<std::size_t>(pixelBytes);
+        if (5 * y + each * (x + 1) > size) continue;
+        for (std::size_t i = 0; i < each; ++i) {
+          want[PixMapInMemory::kGuard + 5 * y + each * x + i] = color[i];
+        }
+      }
+    }
+    if (pixelBytes == 4) {
+      QPixMap_FillColor32(map.handle(), 0x44332211);
+    } else {
+      QPixMap_FillColor_RGB_24(map.handle(), 0x44332211);
+    }
+    EXPECT_EQ(map.bytes(), want) << pixelBytes;
+  }
+}
+
+TEST(QPixMap, OverlaysOfTheirOwnMemoryGoFromTheTopDown) {
+  // The overlay lies in the destination, one pixel, or one row, or a row and a bit from it.
+  for (const int shift : {0, 1, 4, 40 * 4, 40 * 4 + 6, -4, -40 * 4, -7}) {
+    PixMapInMemory map(40, 12, 21);
+    PixMap dest = map.record();
+    PixMap overlay = map.record();
+    dest.baseAddr += 2 * map.rowBytes();
+    overlay.baseAddr = dest.baseAddr + shift;
+    dest.bounds.bottom = overlay.bounds.bottom = 8;
+    PixMap* to = &dest;
+    PixMap* from = &overlay;
+    Bytes want = map.bytes();
+    unsigned char* const d = want.data() + (map.Row(2) - map.bytes().data());
+    for (std::size_t i = 0; i < 8 * 40; ++i) {
+      const double a = (d + shift)[4 * i] / 255.0 * static_cast<double>(0.75f);
+      for (std::size_t c = 0; c < 4; ++c) {
+        const double value = d[4 * i + c] * (1 - a) + (d + shift)[4 * i + c] * a;
+        d[4 * i + c] = static_cast<unsigned char>(value);
+      }
+    }
+    QPM_44(&to, Point{0, 0}, &from, 0.75f);
+    EXPECT_EQ(map.bytes(), want) << shift;
+  }
+}
+
+TEST(QPixMap, TheResultDoesNotDependOnTheNumberOfThreads) {
+  const auto run = [](unsigned threads) {
+    RowThreads::SetCount(threads);
+    PixMapInMemory map(1001, 301, 6, 4);
+    PixMapInMemory other(1001, 301, 7, 12);
+    PixMapInMemory narrow(1001, 301, 8, 0, 3);
+    QPixMap_Grayscale32(map.handle());
+    QPM_44(map.handle(), Point{2, 3}, other.handle(), 0.9f);
+    QPixMap_AlphaBlend32(map.handle(), 0.6, other.handle(), 0.4, map.handle());
+    QPixMap_Brightness32(map.handle(), 1.3);
+    QPixMap_DuoTone32(map.handle(), 0x80C0);
+    QPixMap_FillColor32(other.handle(), 0x12345678);
+    QPM_34(narrow.handle(), Point{-1, 2}, map.handle(), 1.0f);
+    EXPECT_TRUE(map.OnlyPixelsChanged());
+    EXPECT_TRUE(other.OnlyPixelsChanged());
+    Bytes all = map.bytes();
+    all.insert(all.end(), other.bytes().begin(), other.bytes().end());
+    all.insert(all.end(), narrow.bytes().begin(), narrow.bytes().end());
+    RowThreads::SetCount(1);
+    return all;
+  };
+  const Bytes alone = run(1);
+  EXPECT_TRUE(run(2) == alone);
+  EXPECT_TRUE(run(5) == alone);
 }
 
 TEST(QPixMap, TheResultDoesNotDependOnTheForm) {
