@@ -104,10 +104,10 @@ void Rows(benchmark::State& state, const raster::RowKernels& kernels) {
 }
 
 void Over_ScalarRows(benchmark::State& state) {
-  Rows(state, raster::ScalarRowKernels());
+  Rows(state, raster::kScalarRowKernels);
 }
 void Over_VectorRows(benchmark::State& state) {
-  Rows(state, raster::VectorRowKernels());
+  Rows(state, raster::AvailableRowKernels().front());
 }
 
 pixman_image_t* CreatePixman(pixman_format_code_t format, Bytes& bytes, std::size_t width,
@@ -132,7 +132,7 @@ int WorstDifference(Picture picture) {
   Composite(PIXMAN_OP_OVER, source, target, picture.width, picture.height);
   pixman_image_unref(source);
   pixman_image_unref(target);
-  raster::VectorRowKernels().over(picture.target.data(), picture.source.data(),
+  raster::AvailableRowKernels().front().over(picture.target.data(), picture.source.data(),
                                   picture.width * picture.height);
   int worst = 0;
   for (std::size_t i = 0; i < theirs.size(); ++i) {

@@ -1,26 +1,18 @@
 #include "platform/CoreGraphics/RowKernels.h"
 
-#include <atomic>
+#include "platform/System/KernelChoice.h"
 
 namespace raster {
 namespace {
-
-std::atomic<const RowKernels*> gSelected{nullptr};
-
-}  // namespace
-
-const RowKernels& ActiveRowKernels() noexcept {
-  const RowKernels* selected = gSelected.load(std::memory_order_relaxed);
-  return selected ? *selected : VectorRowKernels();
+constinit KernelChoice<RowKernels> gChoice;
 }
 
-bool SelectRowKernels(std::string_view name) noexcept {
-  for (const RowKernels* form : {&ScalarRowKernels(), &VectorRowKernels()}) {
-    if (form->name != name) continue;
-    gSelected.store(form, std::memory_order_relaxed);
-    return true;
-  }
-  return false;
+const RowKernels& ActiveRowKernels() {
+  return gChoice.Current(AvailableRowKernels());
+}
+
+bool SelectRowKernels(std::string_view name) {
+  return gChoice.Select(AvailableRowKernels(), name);
 }
 
 }  // namespace raster

@@ -1,10 +1,12 @@
-// The inner loops over rows of four-byte pixels, in two forms with equal results: plain (the
-// definition) and vector. Rows need no alignment; source and destination may be the same row but
-// not overlap otherwise. Multiplication of two 8-bit fractions is x * y / 255, rounded to nearest.
+// The inner loops over rows of four-byte pixels, in forms with equal results: the scalar one (the
+// definition), and one for each instruction set. Rows need no alignment; source and destination may
+// be the same row but not overlap otherwise. Multiplication of two 8-bit fractions is x * y / 255,
+// rounded to nearest.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 namespace raster {
@@ -29,13 +31,16 @@ struct RowKernels {
                   const ByteOrder& order);
 };
 
-const RowKernels& ScalarRowKernels() noexcept;
-const RowKernels& VectorRowKernels() noexcept;
+extern const RowKernels kScalarRowKernels;
 
-/// The form in use: the vector one unless another was selected.
-const RowKernels& ActiveRowKernels() noexcept;
-/// "scalar" or "vector", for tests and bug reports; false for any other name.
-bool SelectRowKernels(std::string_view name) noexcept;
+/// The forms usable on this machine, by their instruction sets' names, best first, "scalar" last.
+std::span<const RowKernels> AvailableRowKernels();
+
+/// The form in use: the best one unless another was selected.
+const RowKernels& ActiveRowKernels();
+/// For tests, benchmarks and bug reports; "vector" is the best form. False when there is none of
+/// that name.
+bool SelectRowKernels(std::string_view name);
 
 /// x / 255 rounded to nearest, for x up to 255 * 255.
 constexpr unsigned Div255(unsigned x) {

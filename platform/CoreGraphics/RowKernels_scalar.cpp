@@ -50,9 +50,6 @@ void Permute(std::uint8_t* dst, const std::uint8_t* src, std::size_t pixels,
 
 }  // namespace
 
-const RowKernels& ScalarRowKernels() noexcept {
-  static constexpr RowKernels kernels{"scalar", Over, OverMasked, Premultiply, Permute};
-  return kernels;
-}
+const RowKernels kScalarRowKernels = {"scalar", Over, OverMasked, Premultiply, Permute};
 
 }  // namespace raster

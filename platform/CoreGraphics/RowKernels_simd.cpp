@@ -1,5 +1,4 @@
-// Compiled once per instruction set by the include below; the best one the processor has is chosen
-// at the first call.
+// The vector forms, compiled once per instruction set by the include below.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "platform/CoreGraphics/RowKernels_simd.cpp"
 #include <hwy/foreach_target.h>
@@ -8,28 +7,31 @@
 // clang-format on
 
 #include "platform/CoreGraphics/RowKernels.h"
+#include "platform/System/KernelForms.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace raster {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
+namespace {
+
 #if HWY_TARGET == HWY_SCALAR
 // The library's own one-lane target cannot read a pixel's bytes as a word; the plain form is as
 // good there.
 void Over(std::uint8_t* dst, const std::uint8_t* src, std::size_t pixels) {
-  ScalarRowKernels().over(dst, src, pixels);
+  kScalarRowKernels.over(dst, src, pixels);
 }
 void OverMasked(std::uint8_t* dst, const std::uint8_t* src, const std::uint8_t* mask,
                 std::size_t pixels) {
-  ScalarRowKernels().overMasked(dst, src, mask, pixels);
+  kScalarRowKernels.overMasked(dst, src, mask, pixels);
 }
 void Premultiply(std::uint8_t* dst, const std::uint8_t* src, std::size_t pixels) {
-  ScalarRowKernels().premultiply(dst, src, pixels);
+  kScalarRowKernels.premultiply(dst, src, pixels);
 }
 void Permute(std::uint8_t* dst, const std::uint8_t* src, std::size_t pixels,
              const ByteOrder& order) {
-  ScalarRowKernels().permute(dst, src, pixels, order);
+  kScalarRowKernels.permute(dst, src, pixels, order);
 }
 #else
 
@@ -77,7 +79,7 @@ void Over(std::uint8_t* dst, const std::uint8_t* src, std::size_t pixels) {
   for (; i + step <= pixels; i += step) {
     hn::StoreU(OverPixels(hn::LoadU(d, dst + 4 * i), hn::LoadU(d, src + 4 * i)), d, dst + 4 * i);
   }
-  ScalarRowKernels().over(dst + 4 * i, src + 4 * i, pixels - i);
+  kScalarRowKernels.over(dst + 4 * i, src + 4 * i, pixels - i);
 }
 
 void OverMasked(std::uint8_t* dst, const std::uint8_t* src, const std::uint8_t* mask,
@@ -91,7 +93,7 @@ void OverMasked(std::uint8_t* dst, const std::uint8_t* src, const std::uint8_t* 
     const V8 source = MultiplyBytes(hn::LoadU(d, src + 4 * i), factor);
     hn::StoreU(OverPixels(hn::LoadU(d, dst + 4 * i), source), d, dst + 4 * i);
   }
-  ScalarRowKernels().overMasked(dst + 4 * i, src + 4 * i, mask + i, pixels - i);
+  kScalarRowKernels.overMasked(dst + 4 * i, src + 4 * i, mask + i, pixels - i);
 }
 
 void Premultiply(std::uint8_t* dst, const std::uint8_t* src, std::size_t pixels) {
@@ -105,7 +107,7 @@ void Premultiply(std::uint8_t* dst, const std::uint8_t* src, std::size_t pixels)
     const V8 product = MultiplyBytes(pixel, InBothHalves(alpha));
     hn::StoreU(hn::Or(hn::And(product, colors), hn::BitCast(d, alpha)), d, dst + 4 * i);
   }
-  ScalarRowKernels().premultiply(dst + 4 * i, src + 4 * i, pixels - i);
+  kScalarRowKernels.premultiply(dst + 4 * i, src + 4 * i, pixels - i);
 }
 
 void Permute(std::uint8_t* dst, const std::uint8_t* src, std::size_t pixels,
@@ -125,10 +127,18 @@ void Permute(std::uint8_t* dst, const std::uint8_t* src, std::size_t pixels,
     const V8 pixel = hn::TableLookupBytes(hn::LoadU(d, src + 4 * i), fromBytes);
     hn::StoreU(hn::Or(pixel, setBytes), d, dst + 4 * i);
   }
-  ScalarRowKernels().permute(dst + 4 * i, src + 4 * i, pixels - i, order);
+  kScalarRowKernels.permute(dst + 4 * i, src + 4 * i, pixels - i, order);
 }
 
 #endif
+
+}  // namespace
+
+const KernelForm<RowKernels>* Form() {
+  static const KernelForm<RowKernels> kForm = {
+      HWY_TARGET, {hwy::TargetName(HWY_TARGET), Over, OverMasked, Premultiply, Permute}};
+  return &kForm;
+}
 
 }  // namespace HWY_NAMESPACE
 }  // namespace raster
@@ -137,34 +147,12 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace raster {
 
-HWY_EXPORT(Over);
-HWY_EXPORT(OverMasked);
-HWY_EXPORT(Premultiply);
-HWY_EXPORT(Permute);
+HWY_EXPORT(Form);
 
-namespace {
-
-void OverDispatch(std::uint8_t* dst, const std::uint8_t* src, std::size_t pixels) {
-  HWY_DYNAMIC_DISPATCH(Over)(dst, src, pixels);
-}
-void OverMaskedDispatch(std::uint8_t* dst, const std::uint8_t* src, const std::uint8_t* mask,
-                        std::size_t pixels) {
-  HWY_DYNAMIC_DISPATCH(OverMasked)(dst, src, mask, pixels);
-}
-void PremultiplyDispatch(std::uint8_t* dst, const std::uint8_t* src, std::size_t pixels) {
-  HWY_DYNAMIC_DISPATCH(Premultiply)(dst, src, pixels);
-}
-void PermuteDispatch(std::uint8_t* dst, const std::uint8_t* src, std::size_t pixels,
-                     const ByteOrder& order) {
-  HWY_DYNAMIC_DISPATCH(Permute)(dst, src, pixels, order);
-}
-
-}  // namespace
-
-const RowKernels& VectorRowKernels() noexcept {
-  static constexpr RowKernels kernels{"vector", OverDispatch, OverMaskedDispatch,
-                                      PremultiplyDispatch, PermuteDispatch};
-  return kernels;
+std::span<const RowKernels> AvailableRowKernels() {
+  static const std::vector<RowKernels> kForms =
+      SupportedForms(HWY_DISPATCH_TABLE(Form), kScalarRowKernels);
+  return kForms;
 }
 
 }  // namespace raster
