@@ -98,7 +98,11 @@ def load(folder):
             order = (repetitions[0]["family_index"], repetitions[0]["per_family_instance_index"])
             parts = name.removesuffix("/real_time").split("/")
             if path.name != MAIN:
-                entry = Measurement(name, order, repetitions, "cpu_time")
+                # Such a one says itself what it took, and how often it is tried.
+                timed = name.endswith("/manual_time")
+                plain = name.removesuffix("/manual_time").split("/iterations:")[0]
+                clock = "real_time" if timed else "cpu_time"
+                entry = Measurement(plain, order, repetitions, clock)
                 others.setdefault(path.stem, []).append(entry)
                 continue
             kind, entry = parts[-1].split(":", 1)
@@ -170,9 +174,10 @@ def threads(comparisons):
 def other_tables(others):
     texts = []
     for program, entries in others.items():
-        rows = [[entry.name, f"{entry.time / 1e3:.3f}", f"{100 * entry.spread:.0f} %"]
-                for entry in entries]
-        texts.append(f"### {program}\n\n" + table(["benchmark", "µs", "spread"], rows))
+        unit = "ms" if max(entry.time for entry in entries) > 2e6 else "µs"
+        rows = [[entry.name, f"{entry.time / NANOSECONDS[unit.replace('µ', 'u')]:.3f}",
+                 f"{100 * entry.spread:.0f} %"] for entry in entries]
+        texts.append(f"### {program}\n\n" + table(["benchmark", unit, "spread"], rows))
     return "\n\n".join(texts)
 
 
