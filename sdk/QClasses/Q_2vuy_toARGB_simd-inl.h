@@ -22,8 +22,7 @@ namespace Q_2vuy {
 namespace HWY_NAMESPACE {
 
 constexpr std::int32_t kLuma = 76309;
-constexpr std::int32_t kBlack = -16 * kLuma;    ///< the luma term of Y itself starts there
-constexpr std::int32_t kBlackest = -(1 << 30);  ///< a luma term that nothing makes visible
+constexpr std::int32_t kBlack = -16 * kLuma;  ///< the luma term of Y itself starts there
 
 /// The chroma term of a channel, for Cb and Y as they are.
 template <std::int32_t factor, std::int32_t offset>
@@ -33,27 +32,37 @@ HWY_INLINE VI ChromaTerm(VI cb) {
   return hn::ShiftRight<4>(sum);
 }
 
-/// The luma term. Below video black the rule's unsigned luma overflows: black, whatever is added.
-HWY_INLINE VI LumaTerm(VI y) {
-  const VI factor = hn::Set(DI(), kLuma);
 #if HWY_TARGET <= HWY_AVX3
-  const __mmask16 visible = _mm512_cmpgt_epi32_mask(y.raw, _mm512_set1_epi32(15));
-  return VI{_mm512_mask_mullo_epi32(_mm512_set1_epi32(kBlackest), visible, y.raw, factor.raw)};
-#else
-  const auto hidden = hn::VecFromMask(DI(), hn::Lt(y, hn::Set(DI(), 16)));
-  return hn::Or(hn::Mul(y, factor), hn::And(hidden, hn::Set(DI(), kBlackest)));
+/// Indices of the upper halves of two registers' lanes, in turns.
+struct alignas(64) HalfOrder {
+  std::int16_t lanes[32];
+};
+constexpr HalfOrder MakeHalfOrder() {
+  HalfOrder order{};
+  for (unsigned i = 0; i < 32; ++i) {
+    order.lanes[i] = static_cast<std::int16_t>(i | 1 | i % 2 * 32);
+  }
+  return order;
+}
+constexpr HalfOrder kUpperHalves = MakeHalfOrder();
 #endif
+
+/// Where a pixel's luma is 16 and above. Below that the rule's unsigned luma overflows and leaves
+/// black. Luma is the upper byte of its pixel's 16-bit lane.
+HWY_INLINE hn::Mask<DI16> Visible(V32 pairs) {
+  const V16 words = hn::BitCast(D16(), pairs);
+  return hn::RebindMask(DI16(), hn::Gt(words, hn::Set(D16(), 0x0FFF)));
 }
 
-/// The upper halves of the lanes, in the order of the pixels.
-HWY_INLINE VI16 Channels(VI first, VI second) {
+/// The upper halves of the lanes, in the order of the pixels; 0 for what is not visible.
+HWY_INLINE VI16 Channels(VI first, VI second, hn::Mask<DI16> visible) {
 #if HWY_TARGET <= HWY_AVX3
-  constexpr __mmask64 kLowerHalves = 0x3333333333333333;
-  const __m512i down = _mm512_set4_epi32(0x0F0E0F0E, 0x0B0A0B0A, 0x07060706, 0x03020302);
-  return VI16{_mm512_mask_shuffle_epi8(second.raw, kLowerHalves, first.raw, down)};
+  const VI16 order = hn::Load(DI16(), kUpperHalves.lanes);
+  return VI16{_mm512_maskz_permutex2var_epi16(visible.raw, first.raw, order.raw, second.raw)};
 #else
   const V32 down = hn::ShiftRight<16>(hn::BitCast(D32(), first));
-  return hn::OddEven(hn::BitCast(DI16(), second), hn::BitCast(DI16(), down));
+  return hn::IfThenElseZero(visible,
+                            hn::OddEven(hn::BitCast(DI16(), second), hn::BitCast(DI16(), down)));
 #endif
 }
 
@@ -72,10 +81,12 @@ HWY_INLINE VI FirstLuma(V32 pairs) {
 HWY_INLINE void StepToARGB(const std::uint8_t* src, std::uint8_t* dst) {
   const V32 pairs = LoadPairs(src);
   const VI chroma = hn::BitCast(DI(), Byte<0>(pairs));
-  const VI y0 = LumaTerm(FirstLuma(pairs));
-  const VI y1 = LumaTerm(hn::BitCast(DI(), Byte<3>(pairs)));
+  const auto visible = Visible(pairs);
+  const VI factor = hn::Set(DI(), kLuma);
+  const VI y0 = hn::Mul(FirstLuma(pairs), factor);
+  const VI y1 = hn::Mul(hn::BitCast(DI(), Byte<3>(pairs)), factor);
   const auto channels = [=](VI term) LUMIVANE_INLINE_LAMBDA {
-    return Channels(hn::Add(y0, term), hn::Add(y1, term));
+    return Channels(hn::Add(y0, term), hn::Add(y1, term), visible);
   };
   StorePixels(channels(hn::Set(DI(), kBlack + 2404000 / 16)),
               channels(ChromaTerm<-223609, -34520>(chroma)),
