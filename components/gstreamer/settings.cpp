@@ -2,10 +2,8 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cmath>
-#include <cstring>
+#include <cstdio>
 #include <string_view>
-#include <tuple>
 
 #include "components/gstreamer/glib_text.h"
 
@@ -22,20 +20,51 @@ bool ParseNumber(std::string_view text, Number& number) {
   return error == std::errc() && stop == end;
 }
 
-// `text` is one of `names`: its place among them.
 template <typename Value>
-bool ParseName(const std::string& text, const std::vector<std::pair<const char*, Value>>& names,
-               Value& value, std::string* wanted) {
+struct Named {
+  const char* name;
+  Value value;
+};
+
+constexpr Named<PixelFormat> kFormats[] = {{"2vuy", PixelFormat::k2vuy},
+                                           {"argb", PixelFormat::kArgb}};
+constexpr Named<Fit> kFits[] = {
+    {"letterbox", Fit::kLetterbox}, {"crop", Fit::kCrop}, {"stretch", Fit::kStretch}};
+constexpr Named<Flip> kFlips[] = {{"none", Flip::kNone},
+                                  {"horizontal", Flip::kHorizontal},
+                                  {"vertical", Flip::kVertical},
+                                  {"both", Flip::kBoth}};
+constexpr Named<int> kTurns[] = {{"0", 0}, {"90", 90}, {"180", 180}, {"270", 270}};
+constexpr Named<Matrix> kMatrices[] = {{"auto", Matrix::kAuto},
+                                       {"bt601", Matrix::kBt601},
+                                       {"bt709", Matrix::kBt709},
+                                       {"bt2020", Matrix::kBt2020}};
+constexpr Named<Range> kRanges[] = {
+    {"auto", Range::kAuto}, {"limited", Range::kLimited}, {"full", Range::kFull}};
+constexpr Named<bool> kDeinterlacing[] = {{"auto", true}, {"no", false}};
+constexpr Named<bool> kAnswers[] = {{"yes", true}, {"no", false}};
+
+template <typename Value, std::size_t kCount>
+const char* NameOf(const Named<Value> (&names)[kCount], Value value) {
+  for (const auto& one : names) {
+    if (one.value == value) return one.name;
+  }
+  return "";
+}
+
+// `text` is one of `names`, in any letter case.
+template <typename Value, std::size_t kCount>
+bool ParseName(const std::string& text, const Named<Value> (&names)[kCount], Value& value,
+               std::string* wanted) {
   for (const auto& [name, meant] : names) {
     if (g_ascii_strcasecmp(text.c_str(), name) == 0) {
       value = meant;
       return true;
     }
   }
-  *wanted = names[0].first;
-  for (std::size_t i = 1; i < names.size(); ++i) {
-    *wanted += (i + 1 == names.size() ? std::string(" or ") : std::string(", ")) + names[i].first;
-  }
+  *wanted = names[0].name;
+  for (std::size_t i = 1; i < kCount; ++i)
+    *wanted += std::string(i + 1 == kCount ? " or " : ", ") + names[i].name;
   return false;
 }
 
@@ -81,45 +110,6 @@ bool ParseRate(const std::string& text, double& rate, std::string* wanted) {
   return false;
 }
 
-bool ParseYesNo(const std::string& text, bool& value, std::string* wanted) {
-  if (ParseName<bool>(text, {{"yes", true}, {"no", false}, {"true", true}, {"false", false}}, value,
-                      wanted)) {
-    return true;
-  }
-  *wanted = "yes or no";
-  return false;
-}
-
-std::string VariableName(const std::string& key) {
-  std::string name = "LUMIVANE_CAMERA_";
-  for (const char c : key) name += c == '-' ? '_' : g_ascii_toupper(c);
-  return name;
-}
-
-std::string Value(const Settings& settings, const std::string& key) {
-  const auto number = [](double value) {
-    char text[32];
-    std::snprintf(text, sizeof(text), "%g", value);
-    return std::string(text);
-  };
-  if (key == "source") return "auto";
-  if (key == "size") {
-    return settings.size
-               ? std::to_string(settings.size->width) + "x" + std::to_string(settings.size->height)
-               : "auto";
-  }
-  if (key == "rate") return settings.rate == 0 ? "max" : number(settings.rate);
-  if (key == "format") return settings.format == PixelFormat::k2vuy ? "2vuy" : "argb";
-  if (key == "fit") return "letterbox";
-  if (key == "rotate") return "0";
-  if (key == "flip") return "none";
-  if (key == "loop") return "yes";
-  if (key == "stale-after") return number(settings.staleAfter);
-  if (key == "hold") return number(settings.hold);
-  if (key == "timeout") return number(settings.timeout);
-  return "auto";
-}
-
 // The controls of [controls] and of each [controls CAMERA].
 void ReadControls(GKeyFile* file, Settings& settings) {
   const std::unique_ptr<char*, void (*)(char**)> groups(g_key_file_get_groups(file, nullptr),
@@ -152,15 +142,53 @@ void Reconcile(Settings& settings, const std::function<std::string(const char*)>
   }
   // A source that is slower than this would be opened anew all the time.
   const double slowest = settings.rate == 0 ? 0 : 2 / settings.rate;
+  Settings longer;
+  longer.timeout = slowest;
   if (settings.timeout < slowest) {
     report(nameOf("timeout") + " is shorter than two frames at the rate of " +
-           Value(settings, "rate") + "; using " + std::to_string(slowest) + " s");
+           SettingText(settings, "rate") + "; using " + SettingText(longer, "timeout") + " s");
     settings.timeout = slowest;
   }
-  if (settings.staleAfter < slowest) settings.staleAfter = slowest;
+  if (settings.staleAfter < slowest) {
+    report(nameOf("stale-after") + " is shorter than two frames at the rate of " +
+           SettingText(settings, "rate") + "; using " + SettingText(longer, "timeout") + " s");
+    settings.staleAfter = slowest;
+  }
 }
 
 }  // namespace
+
+std::string VariableName(const std::string& key) {
+  std::string name = "LUMIVANE_CAMERA_";
+  for (const char c : key) name += c == '-' ? '_' : g_ascii_toupper(c);
+  return name;
+}
+
+std::string SettingText(const Settings& settings, const std::string& key) {
+  const auto number = [](double value) {
+    char text[32];
+    std::snprintf(text, sizeof(text), "%g", value);
+    return std::string(text);
+  };
+  const Size size = settings.size.value_or(Size());
+  if (key == "source") return SourceText(settings.source);
+  if (key == "size") {
+    return settings.size ? std::to_string(size.width) + "x" + std::to_string(size.height) : "auto";
+  }
+  if (key == "rate") return settings.rate == 0 ? "max" : number(settings.rate);
+  if (key == "format") return settings.format == PixelFormat::k2vuy ? "2vuy" : "argb";
+  if (key == "fit") return NameOf(kFits, settings.fit);
+  if (key == "flip") return NameOf(kFlips, settings.flip);
+  if (key == "rotate") return std::to_string(settings.rotate);
+  if (key == "matrix") return NameOf(kMatrices, settings.matrix);
+  if (key == "range") return NameOf(kRanges, settings.range);
+  if (key == "deinterlace") return settings.deinterlace ? "auto" : "no";
+  if (key == "loop") return settings.loop ? "yes" : "no";
+  if (key == "stale-after") return number(settings.staleAfter);
+  if (key == "hold") return number(settings.hold);
+  if (key == "timeout") return number(settings.timeout);
+  return {};
+}
 
 bool SameButControls(const Settings& a, const Settings& b) {
   Settings copy = b;
@@ -173,45 +201,14 @@ bool SetOne(Settings& settings, const std::string& key, const std::string& value
   if (key == "source") return ParseSource(value, home, settings.source, wanted);
   if (key == "size") return ParseSize(value, settings.size, wanted);
   if (key == "rate") return ParseRate(value, settings.rate, wanted);
-  if (key == "format") {
-    return ParseName<PixelFormat>(value,
-                                  {{"2vuy", PixelFormat::k2vuy}, {"argb", PixelFormat::kArgb}},
-                                  settings.format, wanted);
-  }
-  if (key == "fit") {
-    return ParseName<Fit>(
-        value, {{"letterbox", Fit::kLetterbox}, {"crop", Fit::kCrop}, {"stretch", Fit::kStretch}},
-        settings.fit, wanted);
-  }
-  if (key == "flip") {
-    return ParseName<Flip>(value,
-                           {{"none", Flip::kNone},
-                            {"horizontal", Flip::kHorizontal},
-                            {"vertical", Flip::kVertical},
-                            {"both", Flip::kBoth}},
-                           settings.flip, wanted);
-  }
-  if (key == "rotate") {
-    return ParseName<int>(value, {{"0", 0}, {"90", 90}, {"180", 180}, {"270", 270}},
-                          settings.rotate, wanted);
-  }
-  if (key == "matrix") {
-    return ParseName<Matrix>(value,
-                             {{"auto", Matrix::kAuto},
-                              {"bt601", Matrix::kBt601},
-                              {"bt709", Matrix::kBt709},
-                              {"bt2020", Matrix::kBt2020}},
-                             settings.matrix, wanted);
-  }
-  if (key == "range") {
-    return ParseName<Range>(
-        value, {{"auto", Range::kAuto}, {"limited", Range::kLimited}, {"full", Range::kFull}},
-        settings.range, wanted);
-  }
-  if (key == "deinterlace") {
-    return ParseName<bool>(value, {{"auto", true}, {"no", false}}, settings.deinterlace, wanted);
-  }
-  if (key == "loop") return ParseYesNo(value, settings.loop, wanted);
+  if (key == "format") return ParseName(value, kFormats, settings.format, wanted);
+  if (key == "fit") return ParseName(value, kFits, settings.fit, wanted);
+  if (key == "flip") return ParseName(value, kFlips, settings.flip, wanted);
+  if (key == "rotate") return ParseName(value, kTurns, settings.rotate, wanted);
+  if (key == "matrix") return ParseName(value, kMatrices, settings.matrix, wanted);
+  if (key == "range") return ParseName(value, kRanges, settings.range, wanted);
+  if (key == "deinterlace") return ParseName(value, kDeinterlacing, settings.deinterlace, wanted);
+  if (key == "loop") return ParseName(value, kAnswers, settings.loop, wanted);
   if (key == "stale-after") return ParseSeconds(value, 0.1, settings.staleAfter, wanted);
   if (key == "hold") return ParseSeconds(value, 0, settings.hold, wanted);
   if (key == "timeout") return ParseSeconds(value, 0.1, settings.timeout, wanted);
@@ -243,7 +240,8 @@ Settings ReadSettings(const std::string& path,
   const auto use = [&](const std::string& name, const std::string& key, const std::string& value) {
     std::string wanted;
     if (SetOne(settings, key, value, home, &wanted)) return;
-    report(name + " is \"" + value + "\": want " + wanted + "; using " + Value(settings, key));
+    report(name + " is \"" + value + "\": want " + wanted + "; using " +
+           SettingText(settings, key));
   };
 
   if (g_key_file_has_group(file.get(), kGroup)) {

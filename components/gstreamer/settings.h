@@ -80,6 +80,12 @@ Settings ReadSettings(const std::string& path,
 bool SetOne(Settings& settings, const std::string& key, const std::string& value,
             const std::string& home, std::string* wanted);
 
+/// The value of one key in the notation of the file.
+std::string SettingText(const Settings& settings, const std::string& key);
+
+/// "LUMIVANE_CAMERA_STALE_AFTER" for "stale-after".
+std::string VariableName(const std::string& key);
+
 /// The keys of [camera], in the order in which they are documented.
 inline constexpr std::array kSettingKeys = {
     "source", "size",  "rate",        "format", "fit",         "flip", "rotate",

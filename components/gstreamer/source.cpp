@@ -84,6 +84,23 @@ bool ParseSource(std::string_view text, const std::string& home, Source& source,
   return true;
 }
 
+std::string SourceText(const Source& source) {
+  switch (source.kind) {
+    case Source::kAuto:
+      return "auto";
+    case Source::kCamera:
+      return "camera:" + source.text;
+    case Source::kTest:
+      return source.text.empty() ? "test" : "test:" + source.text;
+    case Source::kPipeline:
+      return "pipeline:" + source.text;
+    case Source::kDevicePath:
+    case Source::kAddress:
+      break;
+  }
+  return source.text;
+}
+
 std::string WithoutSecrets(const std::string& address) {
   const std::size_t start = address.find("://");
   if (start == std::string::npos) return address;

@@ -31,6 +31,9 @@ struct Source {
 bool ParseSource(std::string_view text, const std::string& home, Source& source,
                  std::string* wanted);
 
+/// The source in the notation of the setting.
+std::string SourceText(const Source& source);
+
 /// For people and for the status: the camera's name or path, the address without user and password,
 /// "test picture", "own pipeline".
 std::string DisplayName(const Source& source);

@@ -1,0 +1,264 @@
+// What programs need to know about cameras without linking GStreamer: run, answers in JSON on
+// standard output, and ends.
+//
+//   camera-tool list                      cameras, settings
+//   camera-tool use [KEY=VALUE...]        changes settings; an empty VALUE takes one out
+//   camera-tool controls [--camera NAME] [CONTROL | CONTROL=VALUE]...
+//
+// Every answer has "ok"; one that is not has "message", and the exit code is 1.
+
+#include <nlohmann/json.hpp>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "components/gstreamer/cameras.h"
+#include "components/gstreamer/controls.h"
+#include "components/gstreamer/format_choice.h"
+#include "components/gstreamer/pipeline.h"
+#include "components/gstreamer/settings.h"
+#include "components/gstreamer/settings_file.h"
+
+namespace {
+
+using namespace gstcamera;
+using Json = nlohmann::ordered_json;
+
+const char* Variable(const char* name) {
+  return std::getenv(name);
+}
+
+int Answer(const Json& answer) {
+  std::printf("%s\n", answer.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
+  return answer.value("ok", false) ? 0 : 1;
+}
+
+int Failure(const std::string& message) {
+  return Answer({{"ok", false}, {"message", message}});
+}
+
+Settings Current(std::string* path, Json* complaints) {
+  *path = SettingsPath(Variable);
+  *complaints = Json::array();
+  return ReadSettings(*path, Variable,
+                      [complaints](const std::string& line) { complaints->push_back(line); });
+}
+
+Json SettingsInEffect() {
+  std::string path;
+  Json complaints;
+  const Settings settings = Current(&path, &complaints);
+  Json values = Json::object();
+  for (const char* const key : kSettingKeys) values[key] = SettingText(settings, key);
+  // An address may hold a password.
+  if (settings.source.kind == Source::kAddress)
+    values["source"] = WithoutSecrets(settings.source.text);
+  Json variables = Json::array();
+  for (const char* const key : kSettingKeys) {
+    const std::string name = VariableName(key);
+    const char* const value = Variable(name.c_str());
+    if (value != nullptr && *value != '\0') variables.push_back(name);
+  }
+  return {{"file", path}, {"values", values}, {"variables", variables}, {"complaints", complaints}};
+}
+
+Json Describe(const Camera& camera, const Settings& settings) {
+  Json formats = Json::array();
+  for (const OfferedFormat& format : ListFormats(camera.caps.get())) {
+    formats.push_back({{"format", format.name},
+                       {"width", format.size.width},
+                       {"height", format.size.height},
+                       {"rates", format.rates}});
+  }
+  const ChosenFormat chosen = ChooseFormat(camera.caps.get(), settings);
+  Json asked = nullptr;
+  if (chosen.caps) {
+    asked = {{"format", chosen.name},
+             {"width", chosen.size.width},
+             {"height", chosen.size.height},
+             {"rate", chosen.rate}};
+  }
+  return {{"name", camera.name},
+          {"stableName", camera.stableName},
+          {"path", camera.path},
+          {"byId", camera.byId},
+          {"byPath", camera.byPath},
+          {"inUseBy", camera.path.empty() ? std::string() : HoldersOf(camera.path)},
+          {"formats", formats},
+          {"wouldUse", asked}};
+}
+
+int List() {
+  std::string path;
+  Json complaints;
+  const Settings settings = Current(&path, &complaints);
+  Json cameras = Json::array();
+  for (const Camera& camera : ListCameras()) cameras.push_back(Describe(camera, settings));
+  return Answer({{"ok", true}, {"cameras", cameras}, {"settings", SettingsInEffect()}});
+}
+
+// A camera that is connected is remembered by its stable name; what is remembered is said.
+bool Resolve(std::string& value, std::string* note, std::string* error) {
+  Source source;
+  std::string wanted;
+  const char* const home = Variable("HOME");
+  if (!ParseSource(value, home == nullptr ? "" : home, source, &wanted)) {
+    *error = "source is \"" + value + "\": want " + wanted;
+    return false;
+  }
+  if (source.kind == Source::kTest) {
+    int pattern = 0;
+    if (!TestPattern(source.text, &pattern, &wanted)) {
+      *error = "source is \"" + value + "\": want " + wanted;
+      return false;
+    }
+  }
+  if (source.kind == Source::kAddress) value = source.text;
+  if (source.kind != Source::kCamera && source.kind != Source::kDevicePath) return true;
+  const std::vector<Camera> cameras = ListCameras();
+  const std::vector<std::size_t> found = FindCameras(cameras, source);
+  if (found.empty()) {
+    *note = "no such camera is connected now; it is used when it comes";
+    if (source.kind == Source::kDevicePath && source.text.rfind("/dev/video", 0) == 0)
+      *note += "; its number may change, `lumivane camera list` shows stable names";
+    return true;
+  }
+  const Camera& camera = cameras[found[0]];
+  if (found.size() > 1 && camera.stableName != source.text) {
+    *error = "several cameras are called \"" + value + "\": ";
+    for (const std::size_t i : found) *error += (i == found[0] ? "" : ", ") + cameras[i].stableName;
+    return false;
+  }
+  value = "camera:" + camera.stableName;
+  *note = camera.name;
+  return true;
+}
+
+int Use(const std::vector<std::string>& arguments) {
+  std::vector<FileChange> changes;
+  std::string note;
+  Settings probe;
+  for (const std::string& argument : arguments) {
+    const std::size_t equals = argument.find('=');
+    if (equals == std::string::npos) return Failure("\"" + argument + "\" is not KEY=VALUE");
+    FileChange change = {"camera", argument.substr(0, equals), argument.substr(equals + 1)};
+    std::string wanted;
+    if (!change.value.empty()) {
+      if (change.key == "source") {
+        if (!Resolve(change.value, &note, &wanted)) return Failure(wanted);
+      } else if (!SetOne(probe, change.key, change.value, "", &wanted)) {
+        return Failure(change.key + " is \"" + change.value + "\": want " + wanted);
+      }
+    }
+    changes.push_back(change);
+  }
+  std::string error;
+  if (!changes.empty() && !ChangeSettingsFile(SettingsPath(Variable), changes, &error))
+    return Failure(error);
+  return Answer({{"ok", true}, {"note", note}, {"settings", SettingsInEffect()}});
+}
+
+Json Describe(const Control& control) {
+  constexpr const char* kTypes[] = {"integer", "boolean", "menu", "bitmask", "button"};
+  Json json = {
+      {"name", control.name},     {"type", kTypes[control.type]}, {"value", control.value},
+      {"default", control.usual}, {"minimum", control.least},     {"maximum", control.most},
+      {"step", control.step},     {"readOnly", control.readOnly}, {"inactive", control.inactive}};
+  if (control.type == Control::kMenu) {
+    Json menu = Json::array();
+    for (const auto& [number, name] : control.menu)
+      menu.push_back({{"value", number}, {"name", name}});
+    json["menu"] = menu;
+  }
+  return json;
+}
+
+int Controls(std::vector<std::string> arguments) {
+  std::string path;
+  Json complaints;
+  Source source = Current(&path, &complaints).source;
+  if (arguments.size() >= 2 && arguments[0] == "--camera") {
+    std::string wanted;
+    if (!ParseSource(arguments[1], "", source, &wanted))
+      return Failure("--camera is \"" + arguments[1] + "\": want " + wanted);
+    arguments.erase(arguments.begin(), arguments.begin() + 2);
+  }
+  if (source.kind != Source::kAuto && source.kind != Source::kCamera &&
+      source.kind != Source::kDevicePath) {
+    return Failure("the source " + DisplayName(source) +
+                   " has no controls; name a camera with --camera");
+  }
+  const std::vector<Camera> cameras = ListCameras();
+  const std::vector<std::size_t> found = FindCameras(cameras, source);
+  std::string device;
+  std::string name = DisplayName(source);
+  std::string stableName;
+  if (!found.empty()) {
+    device = cameras[found[0]].path;
+    name = cameras[found[0]].name;
+    stableName = cameras[found[0]].stableName;
+  } else if (source.kind == Source::kDevicePath) {
+    device = source.text;
+  } else {
+    return Failure(source.kind == Source::kAuto
+                       ? "no camera is connected"
+                       : "no camera called \"" + source.text + "\" is connected");
+  }
+  if (device.empty()) return Failure(name + " shows no controls: it is no V4L2 device");
+
+  std::string error;
+  std::vector<FileChange> changes;
+  std::vector<std::string> wanted;
+  Json list = Json::array();
+  const bool opened = WithControls(
+      device,
+      [&](const ControlDevice& camera) {
+        for (const std::string& argument : arguments) {
+          const std::size_t equals = argument.find('=');
+          const std::string control = ControlName(argument.substr(0, equals));
+          wanted.push_back(control);
+          if (equals == std::string::npos) continue;
+          const std::string value = argument.substr(equals + 1);
+          if (!camera.Set(control, value, &error)) return;
+          changes.push_back({"controls" + (stableName.empty() ? "" : " " + stableName), control,
+                             value == "default" ? "" : value});
+        }
+        for (const Control& control : camera.List()) {
+          if (wanted.empty() ||
+              std::find(wanted.begin(), wanted.end(), control.name) != wanted.end())
+            list.push_back(Describe(control));
+        }
+      },
+      &error);
+  if (!opened || !error.empty()) return Failure(error);
+  for (const std::string& control : wanted) {
+    if (std::none_of(list.begin(), list.end(),
+                     [&](const Json& one) { return one["name"] == control; }))
+      return Failure(name + " has no control \"" + control + "\"");
+  }
+  if (!changes.empty() && !ChangeSettingsFile(path, changes, &error)) return Failure(error);
+  return Answer({{"ok", true}, {"camera", name}, {"device", device}, {"controls", list}});
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  GError* failure = nullptr;
+  if (!gst_init_check(nullptr, nullptr, &failure)) {
+    const ErrorHeld held(failure);
+    return Failure(std::string("GStreamer does not start: ") +
+                   (failure != nullptr ? failure->message : "no reason given"));
+  }
+  const std::string command = argc > 1 ? argv[1] : "";
+  const std::vector<std::string> arguments(argv + std::min(argc, 2), argv + argc);
+  if (command == "list" && arguments.empty()) return List();
+  if (command == "use") return Use(arguments);
+  if (command == "controls") return Controls(arguments);
+  std::fprintf(stderr,
+               "usage: camera-tool list | use [KEY=VALUE...] | controls [--camera NAME] "
+               "[CONTROL[=VALUE]...]\n");
+  return 64;
+}
