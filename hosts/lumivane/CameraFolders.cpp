@@ -16,6 +16,7 @@ namespace lumivane {
 namespace {
 
 constexpr double kSecondsToWaitForAFrame = 0.5;
+constexpr double kSecondsToWaitForAStart = 5;  // of a component that says that it is at it
 constexpr double kSecondsBetweenTries = 0.01;
 constexpr std::uint32_t k2vuy = '2vuy';
 
@@ -59,6 +60,15 @@ Held<CFBundleRef> CreateBundle(const std::string& path, std::string* error) {
   return bundle;
 }
 
+using CopyStatus = std::int32_t (*)(LumivaneCameraStatus*);
+
+// Why a component has no frame, in its own words; empty when it does not tell.
+std::string MessageOf(CopyStatus copyStatus) {
+  LumivaneCameraStatus status = {};
+  status.structSize = sizeof(status);
+  return copyStatus != nullptr && copyStatus(&status) != 0 ? status.message : "";
+}
+
 }  // namespace
 
 std::string ComponentName(CFBundleRef bundle) {
@@ -100,7 +110,10 @@ CameraTrial TryCamera(const CameraPlace& place) {
   if (!trial.hasEntryPoint) {
     trial.error = "it exports no function " + Text(SharedCameraBundle::kCameraComponentFunction2);
   } else {
-    const double end = MonotonicSeconds() + kSecondsToWaitForAFrame;
+    const CopyStatus copyStatus = reinterpret_cast<CopyStatus>(
+        CFBundleGetFunctionPointerForName(bundle.get(), CFSTR(LUMIVANE_CAMERA_STATUS_FUNCTION)));
+    const double start = MonotonicSeconds();
+    std::string firstWord;
     do {
       tagSHARED_CAMERA_BUFFER record{};
       record.structSize = sizeof(record);
@@ -112,8 +125,16 @@ CameraTrial TryCamera(const CameraPlace& place) {
         break;
       }
       std::this_thread::sleep_for(std::chrono::duration<double>(kSecondsBetweenTries));
-    } while (MonotonicSeconds() < end);
-    if (!trial.hasFrame) trial.error = "it offered no frame within half a second";
+      // What a component says at first is that it tries; what it says then is what came of it.
+      const std::string word = MessageOf(copyStatus);
+      if (firstWord.empty()) firstWord = word;
+      if (word != firstWord) trial.error = word;
+      if (!trial.error.empty()) break;
+    } while (MonotonicSeconds() <
+             start + (firstWord.empty() ? kSecondsToWaitForAFrame : kSecondsToWaitForAStart));
+    if (!trial.hasFrame && trial.error.empty())
+      trial.error = firstWord.empty() ? "it offered no frame within half a second" : firstWord;
+    if (trial.hasFrame) trial.error.clear();
   }
   if (!inUse) CFBundleUnloadExecutable(bundle.get());
   return trial;

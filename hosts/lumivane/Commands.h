@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace CLI {
 class App;
@@ -81,6 +83,28 @@ struct CameraOptions {
 int RunCameraList(const CameraOptions& options);
 int RunCameraInstall(const CameraOptions& options);
 int RunCameraRemove(const CameraOptions& options);
+
+struct CameraUseOptions {
+  std::string source;                                         ///< empty: as it is
+  std::vector<std::pair<std::string, std::string>> settings;  ///< empty value: taken out
+  bool json = false;
+};
+int RunCameraUse(const CameraUseOptions& options);
+
+struct CameraControlsOptions {
+  std::string camera;                 ///< empty: the one that is set
+  std::vector<std::string> controls;  ///< NAME or NAME=VALUE; empty: all
+  bool json = false;
+};
+int RunCameraControls(const CameraControlsOptions& options);
+
+struct CameraTestOptions {
+  std::string source;   ///< empty: what is set
+  double seconds = 5;   ///< to measure
+  double wait = 10;     ///< for the first frame
+  bool json = false;
+};
+int RunCameraTest(const CameraTestOptions& options);
 
 struct AttributesOptions {
   std::string plugIn;

@@ -157,7 +157,7 @@ TEST(Usage, BadCommandLinesEndWithTheirOwnCode) {
 }
 
 TEST(Camera, InstallsListsAndRemoves) {
-  const json none = json::parse(Lumivane({"camera", "list", "--json"}).out);
+  const json none = json::parse(Lumivane({"camera", "list", "--json"}).out)["components"];
   ASSERT_EQ(none.size(), 3u);
   EXPECT_EQ(none[0]["domain"], "user");
   EXPECT_EQ(none[1]["domain"], "system");
@@ -169,7 +169,7 @@ TEST(Camera, InstallsListsAndRemoves) {
   EXPECT_EQ(fs::read_symlink(UserComponent()), kComponent);
   EXPECT_EQ(Lumivane({"camera", "install"}).exitCode, 0) << "a second time changes nothing";
 
-  const json list = json::parse(Lumivane({"camera", "list", "--json"}).out);
+  const json list = json::parse(Lumivane({"camera", "list", "--json"}).out)["components"];
   EXPECT_EQ(list[0]["kind"], "a bundle");
   EXPECT_EQ(list[0]["linkTarget"], kComponent.string());
   EXPECT_EQ(list[0]["hasFrame"], true);
