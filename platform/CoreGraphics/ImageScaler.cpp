@@ -14,10 +14,6 @@ constexpr std::size_t kMaxSlots = 256;
 constexpr double kManyTaps = 4096;
 constexpr std::size_t kNoRow = SIZE_MAX;
 
-std::uint8_t RoundedByte(float x, float limit) {
-  return static_cast<std::uint8_t>(std::clamp(x, 0.0F, limit) + 0.5F);
-}
-
 }  // namespace
 
 AxisTaps::AxisTaps(double scale, double shift, int start, int count, std::size_t size,
@@ -51,6 +47,7 @@ AxisTaps::AxisTaps(double scale, double shift, int start, int count, std::size_t
     longest = std::max(longest, run.count);
     runs.push_back(run);
   }
+  weights.insert(weights.end(), kWeightsRoom, 0.0F);
 }
 
 ScalingSampler::ScalingSampler(const PixelSource& source, const Matrix& toBitmap,
@@ -71,7 +68,6 @@ ScalingSampler::ScalingSampler(const PixelSource& source, const Matrix& toBitmap
   columnCount_ = endColumn > firstColumn_ ? endColumn - firstColumn_ : 0;
   const auto n = static_cast<std::size_t>(box.width());
   loaded_.resize(4 * columnCount_);
-  wide_.resize(4 * columnCount_);
   const std::size_t slots =
       rows_.longest <= kMaxSlots ? std::max<std::size_t>(rows_.longest, 1) : 1;
   slots_.resize(slots * 4 * n);
@@ -81,17 +77,16 @@ ScalingSampler::ScalingSampler(const PixelSource& source, const Matrix& toBitmap
 }
 
 void ScalingSampler::scaleRow(std::size_t imageRow, float* to) {
-  if (columnCount_ > 0) source_.load(firstColumn_, imageRow, columnCount_, loaded_.data());
-  for (std::size_t i = 0; i < loaded_.size(); ++i) wide_[i] = loaded_[i];
-  for (const AxisTaps::Run& run : columns_.runs) {
-    const float* weight = columns_.weights.data() + run.offset;
-    float sum[4] = {0, 0, 0, 0};
-    for (std::size_t i = 0; i < run.count; ++i) {
-      const float* pixel = wide_.data() + 4 * (run.first - firstColumn_ + i);
-      for (int c = 0; c < 4; ++c) sum[c] += weight[i] * pixel[c];
+  const std::uint8_t* pixels = loaded_.data();
+  if (columnCount_ > 0) {
+    pixels = source_.inPlace(firstColumn_, imageRow, columnCount_);
+    if (pixels == nullptr) {
+      source_.load(firstColumn_, imageRow, columnCount_, loaded_.data());
+      pixels = loaded_.data();
     }
-    for (int c = 0; c < 4; ++c) *to++ = sum[c];
   }
+  ActiveScaleKernels().columns(to, pixels, firstColumn_, columns_.runs.data(), columns_.runs.size(),
+                               columns_.weights.data());
 }
 
 const float* ScalingSampler::scaledRow(std::size_t imageRow) {
@@ -106,6 +101,25 @@ const float* ScalingSampler::scaledRow(std::size_t imageRow) {
 
 const std::uint8_t* ScalingSampler::row(int y) {
   const AxisTaps::Run& run = rows_.runs[static_cast<std::size_t>(y - box_.top)];
+  rowsOfRun_.clear();
+  weightsOfRun_.clear();
+  if (run.count > slotRow_.size()) {
+    sumRowsOneByOne(run);
+  } else {
+    for (std::size_t i = 0; i < run.count; ++i) {
+      const float weight = rows_.weights[run.offset + i];
+      if (weight == 0) continue;
+      rowsOfRun_.push_back(scaledRow(run.first + i));
+      weightsOfRun_.push_back(weight);
+    }
+  }
+  ActiveScaleKernels().rows(out_.data(), rowsOfRun_.data(), weightsOfRun_.data(), rowsOfRun_.size(),
+                            out_.size() / 4);
+  return out_.data();
+}
+
+/// For rows that are not kept: their sum is the one row left.
+void ScalingSampler::sumRowsOneByOne(const AxisTaps::Run& run) {
   std::fill(sum_.begin(), sum_.end(), 0.0F);
   for (std::size_t i = 0; i < run.count; ++i) {
     const float weight = rows_.weights[run.offset + i];
@@ -113,11 +127,8 @@ const std::uint8_t* ScalingSampler::row(int y) {
     const float* from = scaledRow(run.first + i);
     for (std::size_t k = 0; k < sum_.size(); ++k) sum_[k] += weight * from[k];
   }
-  for (std::size_t k = 0; k < sum_.size(); k += 4) {
-    out_[k] = RoundedByte(sum_[k], 255.0F);
-    for (std::size_t c = 1; c < 4; ++c) out_[k + c] = RoundedByte(sum_[k + c], out_[k]);
-  }
-  return out_.data();
+  rowsOfRun_.push_back(sum_.data());
+  weightsOfRun_.push_back(1.0F);
 }
 
 }  // namespace raster

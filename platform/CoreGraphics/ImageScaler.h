@@ -4,18 +4,15 @@
 #include <vector>
 
 #include "platform/CoreGraphics/ImageSampler.h"
+#include "platform/CoreGraphics/ScaleKernels.h"
 
 namespace raster {
 
 /// The taps of a run of bitmap columns (or rows) along one axis of the image.
 struct AxisTaps {
-  struct Run {
-    std::size_t first = 0;  ///< image column of the first tap
-    std::size_t count = 0;
-    std::size_t offset = 0;  ///< of its weight in `weights`
-  };
+  using Run = TapRun;
   std::vector<Run> runs;
-  std::vector<float> weights;
+  std::vector<float> weights;  ///< and kWeightsRoom more
   std::size_t longest = 0;
 
   /// Bitmap coordinate = scale * image coordinate + shift; for bitmap columns from `start`. The
@@ -34,6 +31,7 @@ class ScalingSampler final : public RowSampler {
  private:
   void scaleRow(std::size_t imageRow, float* to);
   const float* scaledRow(std::size_t imageRow);
+  void sumRowsOneByOne(const AxisTaps::Run& run);
 
   const PixelSource source_;
   const PixelBox box_;
@@ -42,10 +40,12 @@ class ScalingSampler final : public RowSampler {
   std::size_t firstColumn_ = 0;
   std::size_t columnCount_ = 0;
   std::vector<std::uint8_t> loaded_;
-  std::vector<float> wide_;
   // Horizontally scaled image rows, image row r in slot r modulo the number of slots.
   std::vector<float> slots_;
   std::vector<std::size_t> slotRow_;
+  // The rows that make a bitmap row, and their weights.
+  std::vector<const float*> rowsOfRun_;
+  std::vector<float> weightsOfRun_;
   std::vector<float> sum_;
   std::vector<std::uint8_t> out_;
 };
