@@ -36,7 +36,7 @@ HWY_INLINE V32 RoundHalfDown(VF value) {
 #if HWY_TARGET <= HWY_AVX3
   return V32{_mm512_cvt_roundps_epi32(lowered.raw, _MM_FROUND_TO_POS_INF | _MM_FROUND_NO_EXC)};
 #else
-  return hn::BitCast(D32(), hn::ConvertTo(DI(), hn::Ceil(lowered)));
+  return ToInt(hn::Ceil(lowered));
 #endif
 }
 

@@ -25,8 +25,18 @@ HWY_INLINE V32 Pack(V32 b0, V32 b1, V32 b2, V32 b3) {
                 hn::Or(hn::ShiftLeft<16>(b2), hn::ShiftLeft<24>(b3)));
 }
 
+/// Truncated, for values in range: what the library's conversion adds for others costs more than
+/// the rest of a kernel.
 HWY_INLINE V32 ToInt(VF value) {
+#if !HWY_ARCH_X86
   return hn::BitCast(D32(), hn::ConvertTo(DI(), value));
+#elif HWY_TARGET <= HWY_AVX3
+  return V32{_mm512_cvttps_epi32(value.raw)};
+#elif HWY_TARGET == HWY_AVX2
+  return V32{_mm256_cvttps_epi32(value.raw)};
+#else
+  return V32{_mm_cvttps_epi32(value.raw)};
+#endif
 }
 
 /// Truncated; 0 beyond the 32-bit range and for NaN, as the low byte of the most negative integer.
