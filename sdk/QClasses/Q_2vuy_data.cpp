@@ -1,6 +1,7 @@
 #include "sdk/QClasses/Q_2vuy_data.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
@@ -10,8 +11,13 @@
 #include "sdk/CoreX/CoreMachDebugLog.h"
 #include "sdk/QClasses/QPixMap.h"
 #include "sdk/QClasses/Q_2vuy_kernels.h"
+#include "sdk/QClasses/Q_2vuy_rows.h"
 
 using CoreGeometry::NormalFloat;
+using Q_2vuy::ForRowBlocks;
+using Q_2vuy::HistogramOf;
+using Q_2vuy::LevelTable;
+using Q_2vuy::RowBlock;
 using Q_2vuy::RowKernels;
 using RasterGraphics::LumaCLUT;
 using RasterGraphics::LumaHistogram;
@@ -34,69 +40,9 @@ const RowKernels& Kernels() {
   return Q_2vuy::CurrentRowKernels();
 }
 
-/// Rows from `y` on that are as wide as each other and lie equally far apart, in every frame.
-struct RowBlock {
-  int y;
-  int width;
-  int height;
-};
-
-/// Calls operation(block) for each block of rows. widthOf(y) says how many pixels of a row there
-/// are in all frames, 0 or below for none. This is where the rows of a frame would be shared out.
-template <typename WidthOf, typename Operation>
-void ForRowBlocks(int height, const WidthOf& widthOf, const Operation& operation) {
-  for (int y = 0; y < height;) {
-    RowBlock block{y, widthOf(y), 0};
-    do {
-      ++block.height;
-      ++y;
-    } while (y < height && widthOf(y) == block.width);
-    if (block.width > 0) operation(block);
-  }
-}
-
-/// The table's low bytes, with levels mapped before.
-struct LevelTable {
-  unsigned char bytes[256];
-
-  explicit LevelTable(const LumaCLUT& clut) {
-    for (int level = 0; level < 256; ++level) {
-      bytes[level] = static_cast<unsigned char>(clut[level]);
-    }
-  }
-  LevelTable(const LumaCLUT& clut, const LumaMapping& mapping) {
-    for (int level = 0; level < 256; ++level) {
-      const int bin = LumaMapping::BinOf(static_cast<unsigned char>(level));
-      const UInt64 mapped = UInt64{mapping[bin]} + LumaMapping::kLevelOfBin0;
-      bytes[level] =
-          static_cast<unsigned char>(clut[static_cast<int>(mapped > 255 ? 255 : mapped)]);
-    }
-  }
-};
-
-Q_2vuy::Order OrderOf(const Q_2vuy_format& format) {
-  return format._PixelFormat == '2vuy' ? Q_2vuy::Order::k2vuy : Q_2vuy::Order::kYuvs;
-}
-
-/// What as many additions of 1 give in single precision: they end where 1 is too small a step.
-float CountedOneByOne(UInt64 count) {
-  constexpr UInt64 kLargest = 1u << 24;
-  return static_cast<float>(std::min(count, kLargest));
-}
-
-LumaHistogram HistogramOf(const UInt32 (&counts)[256]) {
-  UInt64 bins[LumaHistogram::kBins] = {};
-  UInt64 total = 0;
-  for (int level = 0; level < 256; ++level) {
-    bins[LumaHistogram::BinOf(static_cast<unsigned char>(level))] += counts[level];
-    total += counts[level];
-  }
-  LumaHistogram histogram;
-  for (int bin = 0; bin < LumaHistogram::kBins; ++bin) {
-    histogram[bin] = CountedOneByOne(bins[bin]);
-  }
-  histogram.Total() = CountedOneByOne(total);
-  return histogram;
+/// Whether rows may be worked on in any order: not with the form that minds how frames overlap.
+bool StandAlone(const RowKernels& kernels) {
+  return &kernels == &Kernels();
 }
 
 }  // namespace
@@ -327,9 +273,15 @@ Q_2vuy::Rows Q_2vuy_data::RowsFrom(const Q_2vuy_data& source, int y, int width, 
   return {source.Row(y), source._RowBytes, Row(y), _RowBytes, width, height};
 }
 
+/// Whether no row reaches into the next one.
+bool Q_2vuy_data::RowsAreApart() const {
+  return _Height <= 1 || SInt32{_RowBytes} >= (SInt32{_Width} + 1) / 2 * 4;
+}
+
 /// The form for rows of `source` into this frame's. The vector forms take rows that are apart or
 /// the same.
 const RowKernels& Q_2vuy_data::KernelsFor(const Q_2vuy_data& source) const {
+  if (!RowsAreApart()) return Q_2vuy::kScalarRowKernels;
   if (_PixelData == source._PixelData && _RowBytes == source._RowBytes) return Kernels();
   const auto endOf = [](const Q_2vuy_data& frame) {
     return frame._PixelData + std::max<SInt64>(frame._RowBytes, 0) * (frame._Height - 1) +
@@ -376,7 +328,7 @@ void Q_2vuy_data::BlendScanline_2vuy<true>(unsigned char* dst, const unsigned ch
 bool Q_2vuy_data::CopyPixelsTo(CoreGraphics::BitmapContext& out) const {
   if (!CanCopyFormat(out)) return false;
   ForRowBlocks(
-      _Height, [&](int y) { return ReachableWidth(y); },
+      _Height, [&](int y) { return ReachableWidth(y); }, Q_2vuy::kToARGBCost, true,
       [&](const RowBlock& block) {
         // Contexts count their scanlines from the bottom; memory runs from the top.
         unsigned char* scanline =
@@ -405,11 +357,19 @@ void Q_2vuy_data::CopyPixelsFrom(const Q_2vuy_data& in_source) {
   if (!VERIFY(CanCopyFormat(in_source))) return;
   const bool swap = in_source._PixelFormat != _PixelFormat && in_source._PixelFormat != '2vuy';
   const RowKernels& kernels = KernelsFor(in_source);
+  // Frames of one format are copied row by row, others unit by unit: it shows where they overlap.
+  const bool unitByUnit = in_source._PixelFormat != _PixelFormat && !StandAlone(kernels);
   ForRowBlocks(
       _Height, [&](int y) { return std::min(ReachableWidth(y), in_source.ReachableWidth(y)); },
+      Q_2vuy::kSwapCost, StandAlone(kernels),
       [&](const RowBlock& block) {
+        const Q_2vuy::Rows rows = RowsFrom(in_source, block.y, block.width, block.height);
         if (swap) {
-          kernels.luma.swap(RowsFrom(in_source, block.y, block.width, block.height));
+          kernels.luma.swap(rows);
+          return;
+        }
+        if (unitByUnit) {
+          kernels.luma.map(rows, Q_2vuy::Order::k2vuy, LevelTable(LumaCLUT()).bytes);
           return;
         }
         for (int y = block.y; y < block.y + block.height; ++y) {
@@ -421,10 +381,11 @@ void Q_2vuy_data::CopyPixelsFrom(const Q_2vuy_data& in_source) {
 void Q_2vuy_data::CopyPixelsFrom(const Q_2vuy_data& in_source, const LumaCLUT& clut) {
   if (!VERIFY(FormatCompatible(in_source))) return;
   const LevelTable table(clut);
-  const Q_2vuy::Order order = OrderOf(in_source);
+  const Q_2vuy::Order order = Q_2vuy::OrderOf(in_source);
   const RowKernels& kernels = KernelsFor(in_source);
   ForRowBlocks(
       _Height, [&](int y) { return std::min(ReachableWidth(y), in_source.ReachableWidth(y)); },
+      Q_2vuy::kMapCost, StandAlone(kernels),
       [&](const RowBlock& block) {
         kernels.luma.map(RowsFrom(in_source, block.y, block.width, block.height), order,
                          table.bytes);
@@ -435,14 +396,19 @@ void Q_2vuy_data::CopyPixelsFrom(const Q_2vuy_data& in_source, const LumaCLUT& c
                                  LumaMapping& equalisation) {
   if (!VERIFY(FormatCompatible(in_source))) return;
   const LevelTable table(clut, equalisation);
-  const Q_2vuy::Order order = OrderOf(in_source);
+  const Q_2vuy::Order order = Q_2vuy::OrderOf(in_source);
   const RowKernels& kernels = KernelsFor(in_source);
   UInt32 counts[256] = {};
   ForRowBlocks(
       _Height, [&](int y) { return std::min(ReachableWidth(y), in_source.ReachableWidth(y)); },
+      Q_2vuy::kCountCost, StandAlone(kernels),
       [&](const RowBlock& block) {
+        UInt32 own[256] = {};
         kernels.luma.countAndMap(RowsFrom(in_source, block.y, block.width, block.height), order,
-                                 table.bytes, counts);
+                                 table.bytes, own);
+        for (int level = 0; level < 256; ++level) {
+          std::atomic_ref<UInt32>(counts[level]).fetch_add(own[level], std::memory_order_relaxed);
+        }
       });
 
   const LumaHistogram histogram = HistogramOf(counts);
@@ -476,6 +442,7 @@ void Q_2vuy_data::CopyPixelsFrom(const QGWorld& in_source, bool composite) {
 void Q_2vuy_data::CopyFromARGB(const unsigned char* top, std::ptrdiff_t rowBytes, bool composite) {
   ForRowBlocks(
       _Height, [&](int y) { return ReachableWidth(y); },
+      composite ? Q_2vuy::kOverARGBCost : Q_2vuy::kFromARGBCost, RowsAreApart(),
       [&](const RowBlock& block) {
         const Q_2vuy::Rows rows{
             top + block.y * rowBytes, rowBytes, Row(block.y), _RowBytes, block.width, block.height};
@@ -508,7 +475,8 @@ void Q_2vuy_data::CopyPixelsFrom(const Q_2vuy_data& in_sourceA, const Q_2vuy_dat
   const NormalFloat weight(t);
   const RowKernels& kernels = KernelsFor(in_sourceA, in_sourceB);
   ForRowBlocks(
-      _Height, [&](int y) { return ReachableWidth(in_sourceA, in_sourceB, y); },
+      _Height, [&](int y) { return ReachableWidth(in_sourceA, in_sourceB, y); }, Q_2vuy::kBlendCost,
+      StandAlone(kernels),
       [&](const RowBlock& block) {
         kernels.blends.blend(RowsFrom(in_sourceA, in_sourceB, block.y, block.width, block.height),
                              weight);
@@ -527,10 +495,12 @@ void Q_2vuy_data::WipePixelsFrom(const Q_2vuy_data& in_sourceA, const Q_2vuy_dat
         mask.GetImageDataSize() - static_cast<UInt32>(y) * mask.GetImageRowBytes();
     return levelsLeft < static_cast<UInt32>(width) ? static_cast<int>(levelsLeft) & ~1 : width;
   };
-  ForRowBlocks(_Height, widthOf, [&](const RowBlock& block) {
-    kernels.blends.blendMasked(RowsFrom(in_sourceA, in_sourceB, block.y, block.width, block.height),
-                               weight, mask.QDGetStartOfScanline(block.y), mask.GetImageRowBytes());
-  });
+  ForRowBlocks(_Height, widthOf, Q_2vuy::kMaskCost, StandAlone(kernels),
+               [&](const RowBlock& block) {
+                 kernels.blends.blendMasked(
+                     RowsFrom(in_sourceA, in_sourceB, block.y, block.width, block.height), weight,
+                     mask.QDGetStartOfScanline(block.y), mask.GetImageRowBytes());
+               });
 }
 
 /// Copies a part from its own place in `source`. What lies outside either frame is left out.

@@ -142,6 +142,7 @@ class Q_2vuy_data : public Q_2vuy_format {
   int ReachableWidth(int y) const;
   int ReachableWidth(const Q_2vuy_data& a, const Q_2vuy_data& b, int y) const;
   unsigned char* Row(int y) const;
+  bool RowsAreApart() const;
   Q_2vuy::Rows RowsFrom(const Q_2vuy_data& source, int y, int width, int height);
   Q_2vuy::BlendRows RowsFrom(const Q_2vuy_data& a, const Q_2vuy_data& b, int y, int width,
                              int height);
