@@ -327,8 +327,10 @@ void Q_2vuy_data::BlendScanline_2vuy<true>(unsigned char* dst, const unsigned ch
 
 bool Q_2vuy_data::CopyPixelsTo(CoreGraphics::BitmapContext& out) const {
   if (!CanCopyFormat(out)) return false;
+  // A tight row of odd width ends in the next one, which is written after it.
+  const bool alone = SInt64{out.GetImageRowBytes()} >= SInt64{_Width + 1} / 2 * 8;
   ForRowBlocks(
-      _Height, [&](int y) { return ReachableWidth(y); }, Q_2vuy::kToARGBCost, true,
+      _Height, [&](int y) { return ReachableWidth(y); }, Q_2vuy::kToARGBCost, alone,
       [&](const RowBlock& block) {
         // Contexts count their scanlines from the bottom; memory runs from the top.
         unsigned char* scanline =
