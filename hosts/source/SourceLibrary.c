@@ -43,12 +43,13 @@ static const LumivaneSourceApi* LoadFrom(const char* folder, const char* below, 
   library = dlopen(path, RTLD_NOW | RTLD_LOCAL);
   if (library == NULL) {
     const char* const reason = dlerror();
-    snprintf(why, whySize, "%s", reason == NULL ? path : reason);
+    /* Bounded, so that the compiler sees that what is cut is meant to be. */
+    snprintf(why, whySize, "%.900s", reason == NULL ? path : reason);
     return NULL;
   }
   *(void**)&getApi = dlsym(library, LUMIVANE_SOURCE_FUNCTION);
   if (getApi != NULL) api = getApi(LUMIVANE_SOURCE_VERSION);
-  if (api == NULL) snprintf(why, whySize, "%s is of another version", path);
+  if (api == NULL) snprintf(why, whySize, "%.900s is of another version", path);
   return api; /* The library stays loaded: it keeps itself. */
 }
 
