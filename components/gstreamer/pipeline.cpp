@@ -215,6 +215,7 @@ bool Pipeline::BuildAddress(std::string* error) {
   g_object_set(source, "uri", plan_.source.text.c_str(), nullptr);
   g_signal_connect(source, "autoplug-continue", G_CALLBACK(IsPicture), nullptr);
   g_signal_connect(source, "source-setup", G_CALLBACK(OnSource), this);
+  g_signal_connect(source, "deep-element-added", G_CALLBACK(OnInnerElement), nullptr);
   g_signal_connect(source, "pad-added", G_CALLBACK(OnPad), this);
   g_signal_connect(source, "no-more-pads", G_CALLBACK(OnNoMorePads), this);
   return true;
@@ -469,6 +470,14 @@ void Pipeline::OnSource(GstElement*, GstElement* source, gpointer data) {
     Set(source, "timeout", seconds.c_str());
     Set(source, "retries", "0");
   }
+}
+
+void Pipeline::OnInnerElement(GstBin*, GstBin*, GstElement* element, gpointer) {
+  GstElementFactory* const factory = gst_element_get_factory(element);
+  // A camera's MJPEG has one stream of parts. Until that is said, more are waited for, and the
+  // first picture comes when all the room for waiting is full.
+  if (factory != nullptr && std::strcmp(GST_OBJECT_NAME(factory), "multipartdemux") == 0)
+    Set(element, "single-stream", "true");
 }
 
 GstFlowReturn Pipeline::OnSample(GstAppSink* sink, gpointer data) {

@@ -77,6 +77,7 @@ class Pipeline {
   static void OnPad(GstElement* decoder, GstPad* pad, gpointer self);
   static void OnNoMorePads(GstElement* decoder, gpointer self);
   static void OnSource(GstElement* bin, GstElement* source, gpointer self);
+  static void OnInnerElement(GstBin* bin, GstBin* inner, GstElement* element, gpointer);
   static GstFlowReturn OnSample(GstAppSink* sink, gpointer self);
   static GstPadProbeReturn OnEntry(GstPad* pad, GstPadProbeInfo* info, gpointer self);
   static GstPadProbeReturn OnCapture(GstPad* pad, GstPadProbeInfo* info, gpointer self);
