@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "platform/CoreGraphics/CoreGraphics.h"
+#include "platform/CoreGraphics/ScaleKernels.h"
 #include "tests/platform/CoreGraphics/Bitmaps.h"
 
 namespace {
@@ -466,6 +467,32 @@ TEST(DrawImage, OfABitmapIntoItself) {
   CGContextDrawImage(canvas, Rect(0, 0, 6, 2), image);
   EXPECT_EQ(canvas.pixels(), before);
   EXPECT_TRUE(canvas.guardsIntact());
+}
+
+TEST(DrawImage, ScalingDoesNotDependOnTheForm) {
+  const Bytes pixels = [] {
+    Bytes bytes = RandomBytes(4 * 90 * 70, 9);
+    for (std::size_t i = 0; i < bytes.size(); i += 4) bitmaps::kARGB.tidy(&bytes[i]);
+    return bytes;
+  }();
+  for (const auto quality : {kCGInterpolationLow, kCGInterpolationMedium, kCGInterpolationHigh}) {
+    for (const auto& [width, height] :
+         {std::pair{200.0, 150.5}, std::pair{45.0, 35.0}, std::pair{13.25, 101.0}}) {
+      Bytes scalar;
+      const auto forms = raster::AvailableScaleKernels();
+      for (std::size_t f = forms.size(); f-- > 0;) {
+        ASSERT_TRUE(raster::SelectScaleKernels(forms[f].name));
+        bitmaps::Canvas canvas(211, 160);
+        const bitmaps::Image image(pixels, 90, 70);
+        CGContextSetInterpolationQuality(canvas, quality);
+        CGContextDrawImage(canvas, bitmaps::Rect(3.5, 2, width, height), image);
+        EXPECT_TRUE(canvas.guardsIntact());
+        if (scalar.empty()) scalar = canvas.pixels();
+        EXPECT_EQ(canvas.pixels(), scalar) << forms[f].name;
+      }
+      EXPECT_TRUE(raster::SelectScaleKernels("vector"));
+    }
+  }
 }
 
 }  // namespace

@@ -105,32 +105,6 @@ TEST(ScaleKernels, RowsAreRoundedAndLimitedByAlpha) {
   }
 }
 
-TEST(ScaleKernels, DrawingDoesNotDependOnTheForm) {
-  const Bytes pixels = [] {
-    Bytes bytes = RandomBytes(4 * 90 * 70, 9);
-    for (std::size_t i = 0; i < bytes.size(); i += 4) bitmaps::kARGB.tidy(&bytes[i]);
-    return bytes;
-  }();
-  for (const auto quality : {kCGInterpolationLow, kCGInterpolationMedium, kCGInterpolationHigh}) {
-    for (const auto& [width, height] :
-         {std::pair{200.0, 150.5}, std::pair{45.0, 35.0}, std::pair{13.25, 101.0}}) {
-      Bytes scalar;
-      const auto forms = AvailableScaleKernels();
-      for (std::size_t f = forms.size(); f-- > 0;) {
-        ASSERT_TRUE(raster::SelectScaleKernels(forms[f].name));
-        bitmaps::Canvas canvas(211, 160);
-        const bitmaps::Image image(pixels, 90, 70);
-        CGContextSetInterpolationQuality(canvas, quality);
-        CGContextDrawImage(canvas, bitmaps::Rect(3.5, 2, width, height), image);
-        EXPECT_TRUE(canvas.guardsIntact());
-        if (scalar.empty()) scalar = canvas.pixels();
-        EXPECT_EQ(canvas.pixels(), scalar) << forms[f].name;
-      }
-      EXPECT_TRUE(raster::SelectScaleKernels("vector"));
-    }
-  }
-}
-
 TEST(ScaleKernels, AFormCanBeSelectedByName) {
   EXPECT_EQ(AvailableScaleKernels().back().name, "scalar");
   const std::string_view best = AvailableScaleKernels().front().name;
