@@ -471,7 +471,7 @@ TEST(DrawImage, OfABitmapIntoItself) {
 
 TEST(DrawImage, ScalingDoesNotDependOnTheForm) {
   const Bytes pixels = [] {
-    Bytes bytes = RandomBytes(4 * 90 * 70, 9);
+    Bytes bytes = bitmaps::RandomBytes(4 * 90 * 70, 9);
     for (std::size_t i = 0; i < bytes.size(); i += 4) bitmaps::kARGB.tidy(&bytes[i]);
     return bytes;
   }();
