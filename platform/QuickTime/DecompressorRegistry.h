@@ -46,6 +46,18 @@ class OpenDecompressor {
     void ConvertRow(const UInt8* source, UInt8* destination, UInt32 width) const {
       opened_.info().convertRow(opened_.instance_, source, destination, width);
     }
+    /// Rows of whole units.
+    void ConvertRows(const PackedRows& rows) const {
+      const ImageDecompressorInfo& info = opened_.info();
+      if (info.convertRows != nullptr) {
+        info.convertRows(opened_.instance_, rows);
+        return;
+      }
+      for (int y = 0; y < rows.height; ++y) {
+        ConvertRow(rows.src + y * rows.srcRowBytes, rows.dst + y * rows.dstRowBytes,
+                   static_cast<UInt32>(rows.width));
+      }
+    }
 
    private:
     std::shared_lock<std::shared_mutex> lock_;

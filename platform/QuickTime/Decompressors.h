@@ -6,6 +6,7 @@
 #pragma once
 
 #include "platform/QuickTime/ImageDescription.h"
+#include "platform/System/PackedRows.h"
 
 /// A codec, opaque; also the special choices below.
 using CodecComponent = struct ComponentRecord*;
@@ -40,6 +41,8 @@ struct ImageDecompressorInfo {
   void (*convertRow)(void* instance, const UInt8* source, UInt8* destination, UInt32 width);
   /// Ends what `open` began. May be null.
   void (*close)(void* instance);
+  /// The same for many rows of whole units in one call, the quicker way. May be null.
+  void (*convertRows)(void* instance, const PackedRows& rows) = nullptr;
 };
 
 /// Adds a decompressor; the newest of equals is preferred. Null for an incomplete record or without

@@ -49,6 +49,24 @@ class RowConverter {
                 static_cast<std::size_t>(right - left) * pixelBytes_);
   }
 
+  /// Pixels [left, right) of the rows [top, bottom), which are there, to rows `rowBytes` apart.
+  void Convert(SInt32 top, SInt32 bottom, SInt32 left, SInt32 right, UInt8* destination,
+               std::size_t rowBytes) {
+    const SInt32 unit = static_cast<SInt32>(info_.unitPixels);
+    const bool whole = left % unit == 0 && right % unit == 0 &&
+                       static_cast<std::size_t>(right / unit) * info_.unitBytes <= needed_;
+    if (whole) {
+      const UInt8* source = picture_.data + static_cast<std::size_t>(top) * picture_.rowBytes +
+                            static_cast<std::size_t>(left / unit) * info_.unitBytes;
+      codec_.ConvertRows({source, static_cast<std::ptrdiff_t>(picture_.rowBytes), destination,
+                          static_cast<std::ptrdiff_t>(rowBytes), right - left, bottom - top});
+      return;
+    }
+    for (SInt32 y = top; y < bottom; ++y, destination += rowBytes) {
+      Convert(y, left, right, destination);
+    }
+  }
+
  private:
   /// A tight odd row ends inside a unit: what the unit lacks is taken from the one before it, so
   /// that the last pixel has its neighbour's chroma; 128 in a row of a single pixel.
@@ -96,10 +114,9 @@ void DrawTranslated(RowConverter& rows, const SourcePicture& picture, SInt32 dh,
   const FrameBox wanted{clip.left - dh, clip.top - dv, clip.right - dh, clip.bottom - dv};
   const FrameBox part = CommonBox(picture.part, wanted);
   const SInt32 bottom = std::min(part.bottom, rows.rowsThere());
-  if (part.left >= part.right) return;
-  for (SInt32 y = part.top; y < bottom; ++y) {
-    rows.Convert(y, part.left, part.right, PixelAt(destination, part.left + dh, y + dv));
-  }
+  if (part.left >= part.right || part.top >= bottom) return;
+  rows.Convert(part.top, bottom, part.left, part.right,
+               PixelAt(destination, part.left + dh, part.top + dv), destination.rowBytes);
 }
 
 /// The part of the source, converted, and its bilinear samples.
@@ -112,9 +129,8 @@ class ConvertedPart {
     const std::size_t height = static_cast<std::size_t>(bottomThere_ - part.top);
     if (height != 0 && rowBytes_ > kLargestWorkArea / height) throw std::bad_alloc();
     pixels_.resize(rowBytes_ * height);
-    for (SInt32 y = part.top; y < bottomThere_; ++y) {
-      rows.Convert(y, part.left, part.right,
-                   pixels_.data() + static_cast<std::size_t>(y - part.top) * rowBytes_);
+    if (bottomThere_ > part.top) {
+      rows.Convert(part.top, bottomThere_, part.left, part.right, pixels_.data(), rowBytes_);
     }
   }
 

@@ -50,11 +50,17 @@ void ConvertYCbCr(void* instance, const UInt8* source, UInt8* destination, UInt3
                         width);
 }
 
+template <YCbCrOrder order>
+void ConvertYCbCrRows(void* instance, const PackedRows& rows) {
+  CurrentYCbCrForm().convert(*static_cast<const YCbCrMatrix*>(instance), order, rows);
+}
+
 void CopyARGB(void*, const UInt8* source, UInt8* destination, UInt32 width) {
   std::memcpy(destination, source, std::size_t{4} * width);
 }
 
-constexpr ImageDecompressorInfo YCbCr(const char* name, OSType format, YCbCrOrder order) {
+template <YCbCrOrder order>
+constexpr ImageDecompressorInfo YCbCr(const char* name, OSType format) {
   return {name,
           format,
           k32ARGBPixelFormat,
@@ -62,15 +68,15 @@ constexpr ImageDecompressorInfo YCbCr(const char* name, OSType format, YCbCrOrde
           2,
           4,
           OpenYCbCr,
-          order == YCbCrOrder::CbY0CrY1 ? ConvertYCbCr<YCbCrOrder::CbY0CrY1>
-                                        : ConvertYCbCr<YCbCrOrder::Y0CbY1Cr>,
-          nullptr};
+          ConvertYCbCr<order>,
+          nullptr,
+          ConvertYCbCrRows<order>};
 }
 
 constexpr ImageDecompressorInfo kStandard[] = {
-    YCbCr("2vuy to ARGB, full matrix", k2vuyPixelFormat, YCbCrOrder::CbY0CrY1),
-    YCbCr("UYVY to ARGB, full matrix", kUYVY422PixelFormat, YCbCrOrder::CbY0CrY1),
-    YCbCr("yuvs to ARGB, full matrix", kYUVSPixelFormat, YCbCrOrder::Y0CbY1Cr),
+    YCbCr<YCbCrOrder::CbY0CrY1>("2vuy to ARGB, full matrix", k2vuyPixelFormat),
+    YCbCr<YCbCrOrder::CbY0CrY1>("UYVY to ARGB, full matrix", kUYVY422PixelFormat),
+    YCbCr<YCbCrOrder::Y0CbY1Cr>("yuvs to ARGB, full matrix", kYUVSPixelFormat),
     {"ARGB as it is", k32ARGBPixelFormat, k32ARGBPixelFormat, DecompressorQuality::bestFidelity, 1,
      4, nullptr, CopyARGB, nullptr},
 };
