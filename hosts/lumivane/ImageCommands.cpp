@@ -6,6 +6,7 @@
 #include "hosts/lumivane/ImageVerbs.h"
 #include "hosts/lumivane/OptionValues.h"
 #include "hosts/lumivane/PictureCommands.h"
+#include "hosts/lumivane/ThreadsOption.h"
 
 namespace lumivane {
 namespace {
@@ -230,6 +231,7 @@ void AddImageCommands(CLI::App& app, int* result) {
   CLI::App* const image =
       app.add_subcommand("image", "Run the toolkit's operations on picture files");
   image->require_subcommand(1);
+  AddThreadsOption(image);
   image->footer(
       "Pictures are PNG and JPEG files, output is PNG. An output file that is there already is "
       "replaced only by a complete new one.");

@@ -4,6 +4,7 @@
 #include "hosts/lumivane/FrameOptions.h"
 #include "hosts/lumivane/OptionValues.h"
 #include "hosts/lumivane/PictureCommands.h"
+#include "hosts/lumivane/ThreadsOption.h"
 #include "hosts/lumivane/Video.h"
 
 namespace lumivane {
@@ -22,6 +23,7 @@ void AddVideoCommands(CLI::App& app, int* result) {
   CLI::App* const video =
       app.add_subcommand("video", "Run the toolkit's frame operations on a video stream");
   video->require_subcommand(1);
+  AddThreadsOption(video);
   video->footer(
       "Frames go from IN to OUT one by one; - is standard input or output. They are Y4M, 8 bits "
       "(ffmpeg: -f yuv4mpegpipe), or raw with --raw.\n"
