@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "sdk/CoreX/CoreMachDebugLog.h"
+#include "sdk/CoreX/RowThreads.h"
 #include "sdk/CoreX/XFrameKernels.h"
 #include "sdk/CoreX/XFrameRows.h"
 
@@ -67,7 +68,10 @@ DestRows RowsInto(const XFrameBuffer& buffer, int y) {
 
 void BlendPairs(const XFrameBuffer& source, XFrameBuffer& dest, std::size_t bytes) {
   if (SharingOf(source, dest, bytes) != Sharing::Other) {
-    CurrentRowKernels().pairs(RowsInto(dest, 0), RowsFrom(source, 0), bytes, source.Height / 2);
+    const RowKernels& kernels = CurrentRowKernels();
+    RowThreads::ForRows(source.Height / 2, 4 * bytes, [&](int first, int last) {
+      kernels.pairs(RowsInto(dest, 2 * first), RowsFrom(source, 2 * first), bytes, last - first);
+    });
     return;
   }
   for (int y = 0; y < source.Height; y += 2) {
@@ -89,8 +93,11 @@ void BlendPairs(const XFrameBuffer& source, XFrameBuffer& dest, std::size_t byte
 void BlendThree(const XFrameBuffer& source, XFrameBuffer& dest, std::size_t bytes) {
   const int last = source.Height - 1;
   if (SharingOf(source, dest, bytes) == Sharing::None) {
-    CurrentRowKernels().threeRows(RowsInto(dest, 0), Row(source, 0), RowsFrom(source, 0),
-                                  Row(source, last), bytes, source.Height);
+    const RowKernels& kernels = CurrentRowKernels();
+    RowThreads::ForRows(source.Height, 2 * bytes, [&](int from, int to) {
+      kernels.threeRows(RowsInto(dest, from), Row(source, std::max(from - 1, 0)),
+                        RowsFrom(source, from), Row(source, std::min(to, last)), bytes, to - from);
+    });
     return;
   }
   // What has been written is read again.
@@ -160,10 +167,20 @@ bool XFrame_OneFieldOnly_Scalar(const XFrameBuffer& source, XFrameBuffer& dest, 
   int next = exists(first + 2) ? first + 2 : limited(first + 2);
   int y = 0;
   const int pairs = (last - first) / 2;
-  if (pairs > 0 && SharingOf(source, out, bytes) != Sharing::Other) {
+  const Sharing sharing = SharingOf(source, out, bytes);
+  if (pairs > 0 && sharing != Sharing::Other) {
     // All whose two source rows follow each other.
-    CurrentRowKernels().field(RowsInto(out, 0), {Row(source, first), 2 * SInt64{source.RowBytes}},
-                              bytes, pairs);
+    const RowKernels& kernels = CurrentRowKernels();
+    const auto make = [&](int from, int to) {
+      kernels.field(RowsInto(out, 2 * from),
+                    {Row(source, first + 2 * from), 2 * SInt64{source.RowBytes}}, bytes, to - from);
+    };
+    // A pair reads a row of the next one, which is written to when the frames are the same.
+    if (sharing == Sharing::None) {
+      RowThreads::ForRows(pairs, 4 * bytes, make);
+    } else {
+      make(0, pairs);
+    }
     y = 2 * pairs;
     cur = first + y;
     next = limited(cur + 2);
@@ -205,7 +222,10 @@ bool XFrame_CopyBufferMemory(const XFrameBuffer& source, XFrameBuffer& dest) {
   if (bytes == 0 || source.Height <= 0) return true;
   if (!HasPixels(source) || !HasPixels(dest)) return false;
   if (source.RowBytes == static_cast<SInt64>(bytes) && AreApart(source, bytes, dest, bytes)) {
-    std::memcpy(dest.Pixels, source.Pixels, bytes * static_cast<std::size_t>(source.Height));
+    RowThreads::ForRows(source.Height, 2 * bytes, [&](int first, int last) {
+      std::memcpy(Row(dest, first), Row(source, first),
+                  bytes * static_cast<std::size_t>(last - first));
+    });
     return true;
   }
   for (int y = 0; y < source.Height; ++y) std::memmove(Row(dest, y), Row(source, y), bytes);

@@ -2,6 +2,7 @@
 #include <cstring>
 #include <limits>
 
+#include "sdk/CoreX/RowThreads.h"
 #include "sdk/CoreX/XFrameKernels.h"
 #include "sdk/CoreX/XFrameOperations.h"
 #include "sdk/CoreX/XFrameRows.h"
@@ -79,7 +80,10 @@ bool XFrame_BlackenWith(XFrameBuffer& buffer) {
   const std::size_t all = bytes * static_cast<std::size_t>(std::max(buffer.Height, 0));
   if (buffer.RowBytes == static_cast<SInt64>(bytes) && bytes % 4 == 0 &&
       all <= std::numeric_limits<UInt32>::max()) {
-    BlackenRow(buffer.Pixels, static_cast<UInt32>(all));
+    RowThreads::ForRows(buffer.Height, bytes, [&](int first, int last) {
+      BlackenRow(Row(buffer, first),
+                 static_cast<UInt32>(bytes * static_cast<std::size_t>(last - first)));
+    });
     return true;
   }
   for (int y = 0; y < buffer.Height; ++y) BlackenRow(Row(buffer, y), static_cast<UInt32>(bytes));

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "sdk/CoreX/RowThreads.h"
 #include "sdk/CoreX/XFrameKernels.h"
 #include "sdk/CoreX/XFrameOperations.h"
 #include "sdk/CoreX/XFrameRows.h"
@@ -99,6 +100,28 @@ void ResizeInOrder(const XFrameBuffer& source, const XFrameBuffer& dest, float x
   }
 }
 
+/// Rows `first` to the last but one, in runs of columns. Their positions accumulate from the top.
+void ResizeRows(const XFrameBuffer& source, const XFrameBuffer& dest, float xstep, float ystep,
+                int first, int last) {
+  BilinearColumns columns;
+  alignas(64) float cache[8 * kMostColumns];
+  BilinearRun run = RunOf(source, columns, ystep);
+  for (int y = 0; y < first; ++y) run.fy += ystep;
+  run.rows = last - first;
+  run.cache = cache;
+  const bool straight = LastWeight(source, dest, ystep) < kLargestWeight;
+  float fx = 0;
+  for (int column = 0; column < dest.Width; column += kMostColumns) {
+    run.columns = std::min(kMostColumns, dest.Width - column);
+    run.dst = {Pixel(dest, column, first), dest.RowBytes};
+    columns.Make(run.columns, fx, xstep, source.Width);
+    Pad(columns.left, run.columns);
+    Pad(columns.weight, run.columns);
+    const bool near = straight && columns.weight[run.columns - 1] < kLargestWeight;
+    (near ? CurrentRowKernels() : kScalarRowKernels).bilinear(run);
+  }
+}
+
 }  // namespace
 
 bool XFrame_ResizeBilinear(const XFrameBuffer& source, XFrameBuffer& dest) {
@@ -110,22 +133,10 @@ bool XFrame_ResizeBilinear(const XFrameBuffer& source, XFrameBuffer& dest) {
     ResizeInOrder(source, dest, xstep, ystep);
     return true;
   }
-  BilinearColumns columns;
-  alignas(64) float cache[8 * kMostColumns];
-  BilinearRun run = RunOf(source, columns, ystep);
-  run.rows = dest.Height;
-  run.cache = cache;
-  const bool straight = LastWeight(source, dest, ystep) < kLargestWeight;
-  float fx = 0;
-  for (int column = 0; column < dest.Width; column += kMostColumns) {
-    run.columns = std::min(kMostColumns, dest.Width - column);
-    run.dst = {Pixel(dest, column, 0), dest.RowBytes};
-    columns.Make(run.columns, fx, xstep, source.Width);
-    Pad(columns.left, run.columns);
-    Pad(columns.weight, run.columns);
-    const bool near = straight && columns.weight[run.columns - 1] < kLargestWeight;
-    (near ? CurrentRowKernels() : kScalarRowKernels).bilinear(run);
-  }
+  // A pixel takes some four times as long as copying it.
+  RowThreads::ForRows(
+      dest.Height, 4 * 2 * kPixelBytes * static_cast<std::size_t>(dest.Width),
+      [&](int first, int last) { ResizeRows(source, dest, xstep, ystep, first, last); });
   return true;
 }
 
@@ -163,6 +174,30 @@ void NearestInOrder(const XFrameBuffer& source, const XFrameBuffer& dest, double
   }
 }
 
+/// Rows `first` to the last but one, in runs of columns. Their positions accumulate from the top.
+void NearestRows(const XFrameBuffer& source, const XFrameBuffer& dest, double xstep, double ystep,
+                 int first, int last) {
+  alignas(64) std::int32_t columns[kMostNearestColumns];
+  NearestRun run = {};
+  run.rows = last - first;
+  run.column = columns;
+  run.src = {Row(source, 0), source.RowBytes};
+  run.sourceWidth = source.Width;
+  run.sourceHeight = source.Height;
+  run.ystep = ystep;
+  for (int y = 0; y < first; ++y) run.fy += ystep;
+  double fx = 0;
+  for (int column = 0; column < dest.Width; column += kMostNearestColumns) {
+    run.columns = std::min(kMostNearestColumns, dest.Width - column);
+    run.dst = {Pixel(dest, column, first), dest.RowBytes};
+    for (int x = 0; x < run.columns; ++x, fx += xstep) {
+      columns[x] = std::min(static_cast<int>(fx), source.Width - 1);
+    }
+    Pad(columns, run.columns);
+    CurrentRowKernels().nearest(run);
+  }
+}
+
 }  // namespace
 
 bool XFrame_ResizeNearestPixel(const XFrameBuffer& source, XFrameBuffer& dest) {
@@ -175,23 +210,8 @@ bool XFrame_ResizeNearestPixel(const XFrameBuffer& source, XFrameBuffer& dest) {
     NearestInOrder(source, dest, xstep, ystep);
     return true;
   }
-  alignas(64) std::int32_t columns[kMostNearestColumns];
-  NearestRun run = {};
-  run.rows = dest.Height;
-  run.column = columns;
-  run.src = {Row(source, 0), source.RowBytes};
-  run.sourceWidth = source.Width;
-  run.sourceHeight = source.Height;
-  run.ystep = ystep;
-  double fx = 0;
-  for (int column = 0; column < dest.Width; column += kMostNearestColumns) {
-    run.columns = std::min(kMostNearestColumns, dest.Width - column);
-    run.dst = {Pixel(dest, column, 0), dest.RowBytes};
-    for (int x = 0; x < run.columns; ++x, fx += xstep) {
-      columns[x] = std::min(static_cast<int>(fx), source.Width - 1);
-    }
-    Pad(columns, run.columns);
-    CurrentRowKernels().nearest(run);
-  }
+  RowThreads::ForRows(
+      dest.Height, 2 * kPixelBytes * static_cast<std::size_t>(dest.Width),
+      [&](int first, int last) { NearestRows(source, dest, xstep, ystep, first, last); });
   return true;
 }
