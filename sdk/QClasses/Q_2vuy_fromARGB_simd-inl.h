@@ -2,8 +2,9 @@
 //
 // In single precision, with what is equal to the rule's double precision for every colour:
 //   x * 0.875 + 128 and x * 219 / 256 + 16, narrowed, are one fused multiply-add each;
-//   the rounding, which takes a half down, is the ceiling of what is one half less;
-//   A / 255 narrowed is A times 1/255 in two parts, with one fused multiply-add.
+//   the rounding, which takes a half down, is the ceiling of what is one half less, and the half
+//   may be left out of the sum to begin with; A / 255 narrowed is A times 1/255 in two parts, with
+//   one fused multiply-add.
 // The luma sum stays as it is, step by step.
 #if defined(SDK_QCLASSES_Q_2VUY_FROMARGB_SIMD_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef SDK_QCLASSES_Q_2VUY_FROMARGB_SIMD_INL_H_
@@ -19,24 +20,24 @@ HWY_BEFORE_NAMESPACE();
 namespace Q_2vuy {
 namespace HWY_NAMESPACE {
 
-/// value * factor + offset in double precision, narrowed.
-HWY_INLINE VF ScaledInDouble(VF value, float factor, float offset) {
-#if HWY_NATIVE_FMA
-  return hn::MulAdd(value, hn::Set(DF(), factor), hn::Set(DF(), offset));
+/// Rounded up, for values in range.
+HWY_INLINE V32 RoundUp(VF value) {
+#if HWY_TARGET <= HWY_AVX3
+  return V32{_mm512_cvt_roundps_epi32(value.raw, _MM_FROUND_TO_POS_INF | _MM_FROUND_NO_EXC)};
 #else
-  return InDouble(value, [=](VF64 d) LUMIVANE_INLINE_LAMBDA {
-    return hn::Add(hn::Mul(d, hn::Set(DF64(), factor)), hn::Set(DF64(), offset));
-  });
+  return ToInt(hn::Ceil(value));
 #endif
 }
 
-/// The engine's rounding, for values of 1 and above.
-HWY_INLINE V32 RoundHalfDown(VF value) {
-  const VF lowered = hn::Sub(value, hn::Set(DF(), 0.5f));
-#if HWY_TARGET <= HWY_AVX3
-  return V32{_mm512_cvt_roundps_epi32(lowered.raw, _MM_FROUND_TO_POS_INF | _MM_FROUND_NO_EXC)};
+/// value * factor + offset in double precision, narrowed and rounded by the engine's rule.
+HWY_INLINE V32 ScaledAndRounded(VF value, float factor, float offset) {
+#if HWY_NATIVE_FMA
+  return RoundUp(hn::MulAdd(value, hn::Set(DF(), factor), hn::Set(DF(), offset - 0.5f)));
 #else
-  return ToInt(hn::Ceil(lowered));
+  const VF scaled = InDouble(value, [=](VF64 d) LUMIVANE_INLINE_LAMBDA {
+    return hn::Add(hn::Mul(d, hn::Set(DF64(), factor)), hn::Set(DF64(), offset));
+  });
+  return RoundUp(hn::Sub(scaled, hn::Set(DF(), 0.5f)));
 #endif
 }
 
@@ -68,9 +69,8 @@ HWY_INLINE Pixel422 FromPixel(V32 argb) {
 #endif
   const VF u = hn::Mul(hn::Sub(b, luma), hn::Set(df, const_cu));
   const VF v = hn::Mul(redDifference, hn::Set(df, const_cv));
-  return {RoundHalfDown(ScaledInDouble(luma, 219.0f / 256, 16.0f)),
-          RoundHalfDown(ScaledInDouble(u, 0.875f, 128.0f)),
-          RoundHalfDown(ScaledInDouble(v, 0.875f, 128.0f))};
+  return {ScaledAndRounded(luma, 219.0f / 256, 16.0f), ScaledAndRounded(u, 0.875f, 128.0f),
+          ScaledAndRounded(v, 0.875f, 128.0f)};
 }
 
 /// The pixels of a step, in whatever order of the pairs suits the instruction set.
