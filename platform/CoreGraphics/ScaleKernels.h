@@ -14,7 +14,7 @@ namespace raster {
 struct TapRun {
   std::size_t first = 0;  ///< image column of the first tap
   std::size_t count = 0;
-  std::size_t offset = 0;  ///< of its weight among all weights
+  std::size_t offset = 0;  ///< of its weight among all weights; one run's follow another's
 };
 
 /// Weights are followed by room for reading as many more.

@@ -56,6 +56,39 @@ constexpr bool kTwoTapsAtOnce = false;
 HWY_INLINE void TwoTaps(float*, const std::uint8_t*, const float*) {}
 #endif
 
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3
+
+/// Two taps of each of two neighbouring pixels.
+HWY_INLINE void TwoTapsTwice(float* to, const std::uint8_t* left, const std::uint8_t* right,
+                             const float* weights) {
+  const __m512i which = _mm512_setr_epi32(0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3);
+  const __m128i bytes =
+      _mm_unpacklo_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(left)),
+                         _mm_loadl_epi64(reinterpret_cast<const __m128i*>(right)));
+  const __m512 taps = _mm512_cvtepi32_ps(_mm512_cvtepu8_epi32(bytes));
+  const __m512 weight = _mm512_permutexvar_ps(which, _mm512_castps128_ps512(_mm_loadu_ps(weights)));
+  const __m512 products = _mm512_mul_ps(taps, weight);
+  // First taps to the lower half, second ones to the upper.
+  const __m512 sorted = _mm512_shuffle_f32x4(products, products, _MM_SHUFFLE(3, 1, 2, 0));
+  _mm256_storeu_ps(
+      to, _mm256_add_ps(_mm512_castps512_ps256(sorted), _mm512_extractf32x8_ps(sorted, 1)));
+}
+
+/// Four taps in one vector, summed one after the other.
+HWY_INLINE void FourTaps(float* to, const std::uint8_t* pixels, const float* weights) {
+  const __m512i which = _mm512_setr_epi32(0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3);
+  const __m512 taps = _mm512_cvtepi32_ps(
+      _mm512_cvtepu8_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(pixels))));
+  const __m512 weight = _mm512_permutexvar_ps(which, _mm512_castps128_ps512(_mm_loadu_ps(weights)));
+  const __m512 products = _mm512_mul_ps(taps, weight);
+  const __m128 two =
+      _mm_add_ps(_mm512_castps512_ps128(products), _mm512_extractf32x4_ps(products, 1));
+  const __m128 three = _mm_add_ps(two, _mm512_extractf32x4_ps(products, 2));
+  _mm_storeu_ps(to, _mm_add_ps(three, _mm512_extractf32x4_ps(products, 3)));
+}
+
+#endif
+
 void Columns(float* to, const std::uint8_t* pixels, std::size_t firstColumn, const TapRun* runs,
              std::size_t runCount, const float* weights) {
   const hn::FixedTag<float, 4> d;
@@ -64,9 +97,23 @@ void Columns(float* to, const std::uint8_t* pixels, std::size_t firstColumn, con
     const float* weight = weights + run.offset;
     const std::uint8_t* pixel = pixels + 4 * (run.first - firstColumn);
     if (kTwoTapsAtOnce && run.count == 2) {
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3
+      if (k + 1 < runCount && runs[k + 1].count == 2) {
+        TwoTapsTwice(to, pixel, pixels + 4 * (runs[k + 1].first - firstColumn), weight);
+        ++k;
+        to += 4;
+        continue;
+      }
+#endif
       TwoTaps(to, pixel, weight);
       continue;
     }
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3
+    if (run.count == 4) {
+      FourTaps(to, pixel, weight);
+      continue;
+    }
+#endif
     auto sum = hn::Zero(d);
     for (std::size_t i = 0; i < run.count; ++i) {
       sum = hn::Add(sum, hn::Mul(hn::Set(d, weight[i]), Floats<4>(pixel + 4 * i)));
@@ -89,15 +136,34 @@ HWY_INLINE hn::Mask<DF> AlphaLanes() {
   return hn::RebindMask(DF(), hn::Ne(firstPairs, hn::Zero(D32())));
 }
 
+// Values known to lie within a byte, without Highway's care for others.
+HWY_INLINE hn::Vec<DI> Truncate(VF v) {
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3
+  return hn::Vec<DI>{_mm512_cvttps_epi32(v.raw)};
+#elif HWY_ARCH_X86 && HWY_TARGET == HWY_AVX2
+  return hn::Vec<DI>{_mm256_cvttps_epi32(v.raw)};
+#elif HWY_ARCH_X86
+  return hn::Vec<DI>{_mm_cvttps_epi32(v.raw)};
+#else
+  return hn::ConvertTo(DI(), v);
+#endif
+}
+HWY_INLINE void StoreBytes(hn::Vec<DI> values, std::uint8_t* to) {
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm512_cvtepi32_epi8(values.raw));
+#else
+  hn::StoreU(hn::U8FromU32(hn::BitCast(D32(), values)), D8(), to);
+#endif
+}
+
 HWY_INLINE void StoreRounded(VF sum, hn::Mask<DF> alphaLanes, std::uint8_t* to) {
   const DF d;
   const VF most = hn::Set(d, 255.0F);
   const VF half = hn::Set(d, 0.5F);
   const VF positive = hn::Max(sum, hn::Zero(d));
-  const auto alpha = hn::ConvertTo(DI(), hn::Add(hn::Min(positive, most), half));
+  const auto alpha = Truncate(hn::Add(hn::Min(positive, most), half));
   const VF limit = hn::IfThenElse(alphaLanes, most, hn::Broadcast<0>(hn::ConvertTo(d, alpha)));
-  const auto rounded = hn::ConvertTo(DI(), hn::Add(hn::Min(positive, limit), half));
-  hn::StoreU(hn::U8FromU32(hn::BitCast(D32(), rounded)), D8(), to);
+  StoreBytes(Truncate(hn::Add(hn::Min(positive, limit), half)), to);
 }
 
 /// `rowCount` rows, or as many as `more` says when it is 0.
