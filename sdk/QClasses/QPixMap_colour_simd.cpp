@@ -82,6 +82,9 @@ HWY_NOINLINE V32 GreyOfWholes(V32 argb, V32 grey, V32 sumsAreWhole) {
   return hn::IfThenElse(isGrey, hn::BitCast(D32(), known), grey);
 }
 
+HWY_ALIGN constexpr std::uint8_t kFirstToColours[16] = {0x80, 0, 0, 0, 0x80, 4,  4,  4,
+                                                        0x80, 8, 8, 8, 0x80, 12, 12, 12};
+
 HWY_INLINE V8 GreyStep(V8 pixels) {
   // The weights in five-thousandths are whole numbers; so is their sum, exact in single precision.
   constexpr std::int16_t kUnit = 5000;
@@ -96,9 +99,8 @@ HWY_INLINE V8 GreyStep(V8 pixels) {
   if (HWY_UNLIKELY(!hn::AllFalse(DI32(), whole))) {
     grey = GreyOfWholes(argb, grey, hn::BitCast(D32(), hn::VecFromMask(DI32(), whole)));
   }
-  // To bytes 1, 2 and 3.
-  const V32 two = hn::Or(hn::ShiftLeft<8>(grey), hn::ShiftLeft<16>(grey));
-  return Bytes(hn::Or(hn::Or(Byte<0>(argb), hn::ShiftLeft<24>(grey)), two));
+  const V8 colours = hn::TableLookupBytesOr0(Bytes(grey), hn::LoadDup128(D8(), kFirstToColours));
+  return hn::Or(colours, Bytes(Byte<0>(argb)));
 }
 
 // ---- Duotone
@@ -155,6 +157,11 @@ constexpr std::uint32_t kUnsure = 6;
 /// Largest tint, to either side, for which levels stay that exact. No colour's is as large.
 constexpr double kLargestTint = 250;
 
+/// No pixel above kNearWhiteSum has less luma than the one with all red and blue, and as little
+/// green as takes it there.
+constexpr std::int32_t kLumaBelowNearWhite =
+    257 * 255 + 504 * (kNearWhiteSum + 1 - 2 * 255) + 98 * 255 - 1;
+
 struct TintLevels {
   VF perLuma;  ///< units per thousandth of luma
   VF red;
@@ -162,29 +169,56 @@ struct TintLevels {
   VF blue;
 };
 
-HWY_INLINE V32 LevelOf(VI32 units) {
-  const VI32 level = hn::ShiftRight<kLevelPlaces>(units);
-  return hn::BitCast(D32(), hn::Min(hn::Max(level, hn::Zero(DI32())), hn::Set(DI32(), 255)));
+/// Pixels of levels of any size, limited to 0...255, and of alphas that are.
+HWY_INLINE V32 LimitedPixels(VI32 alpha, VI32 red, VI32 green, VI32 blue) {
+#if HWY_ARCH_X86
+  // Narrowing twice limits the levels and puts four pixels' alphas together, then their reds and so
+  // on, in each block of 16 bytes.
+  HWY_ALIGN static constexpr std::uint8_t kInOrder[16] = {0, 4, 8,  12, 1, 5, 9,  13,
+                                                          2, 6, 10, 14, 3, 7, 11, 15};
+  const auto order = hn::LoadDup128(D8(), kInOrder);
+#if HWY_TARGET <= HWY_AVX3
+  const V8 planes{_mm512_packus_epi16(_mm512_packs_epi32(alpha.raw, red.raw),
+                                      _mm512_packs_epi32(green.raw, blue.raw))};
+#elif HWY_TARGET == HWY_AVX2
+  const V8 planes{_mm256_packus_epi16(_mm256_packs_epi32(alpha.raw, red.raw),
+                                      _mm256_packs_epi32(green.raw, blue.raw))};
+#else
+  const V8 planes{
+      _mm_packus_epi16(_mm_packs_epi32(alpha.raw, red.raw), _mm_packs_epi32(green.raw, blue.raw))};
+#endif
+  return Words(hn::TableLookupBytes(planes, order));
+#else
+  const auto limited = [](VI32 level) {
+    return hn::BitCast(D32(), hn::Min(hn::Max(level, hn::Zero(DI32())), hn::Set(DI32(), 255)));
+  };
+  return Pixel(hn::BitCast(D32(), alpha), limited(red), limited(green), limited(blue));
+#endif
 }
 
 HWY_INLINE V32 DuotoneOf(V32 argb, const TintLevels& levels, const TintSteps& steps) {
   const V32 redBlue = Halves<8>(argb);
   const V32 alphaGreen = Halves<0>(argb);
   const VI32 luma = hn::Add(PairSums(redBlue, 257, 98), PairSums(alphaGreen, 0, 504));
-  const VI32 sum = hn::Add(PairSums(redBlue, 1, 1), PairSums(alphaGreen, 0, 1));
   const VF y = hn::ConvertTo(DF(), luma);
   const auto units = [&](VF tint) { return NearestInRange(hn::MulAdd(y, levels.perLuma, tint)); };
   const VI32 red = units(levels.red);
   const VI32 green = units(levels.green);
   const VI32 blue = units(levels.blue);
-  const auto nearWhite = hn::Gt(sum, hn::Set(DI32(), kNearWhiteSum));
   const auto places = [](VI32 value) {
     return hn::And(value, hn::Set(DI32(), (1 << kLevelPlaces) - 1));
   };
   const VI32 nearest = hn::Min(hn::Min(places(red), places(green)), places(blue));
   const auto unsure = hn::Lt(nearest, hn::Set(DI32(), static_cast<std::int32_t>(2 * kUnsure)));
-  V32 tinted = Pixel(Byte<0>(argb), LevelOf(red), LevelOf(green), LevelOf(blue));
+  V32 tinted =
+      LimitedPixels(Signed(Byte<0>(argb)), hn::ShiftRight<kLevelPlaces>(red),
+                    hn::ShiftRight<kLevelPlaces>(green), hn::ShiftRight<kLevelPlaces>(blue));
   if (HWY_UNLIKELY(!hn::AllFalse(DI32(), unsure))) tinted = DuotoneInDoubles(argb, steps);
+  if (HWY_LIKELY(hn::AllFalse(DI32(), hn::Gt(luma, hn::Set(DI32(), kLumaBelowNearWhite))))) {
+    return tinted;
+  }
+  const VI32 sum = hn::Add(PairSums(redBlue, 1, 1), PairSums(alphaGreen, 0, 1));
+  const auto nearWhite = hn::Gt(sum, hn::Set(DI32(), kNearWhiteSum));
   return hn::IfThenElse(hn::RebindMask(D32(), nearWhite), argb, tinted);
 }
 
@@ -270,6 +304,39 @@ void Levels(const Rows& rows, const std::uint8_t* table) {
       level = _mm512_mask_shuffle_epi8(level, here, parts[part].raw, low);
     }
     return V8{_mm512_mask_blend_epi8(kAlpha, level, pixels.raw)};
+  });
+}
+
+#elif HWY_TARGET == HWY_AVX2
+
+// The same, its 16 look-ups added up: a level is the exclusive-or of the differences of all parts
+// up to its own. An index that is negative, seen as a signed number, finds 0: those of bytes from
+// 128 on in the first eight parts, of the others in the last eight, and of parts not reached.
+void Levels(const Rows& rows, const std::uint8_t* table) {
+  const D8 d;
+  HWY_ALIGN std::uint8_t differences[256];
+  for (int v = 0; v < 256; ++v) {
+    const int before = v % 128 < 16 ? 0 : table[v - 16];
+    differences[v] = static_cast<std::uint8_t>(table[v] ^ before);
+  }
+  const hn::Repartition<std::int8_t, D8> signedBytes;
+  const V8 alpha = Bytes(hn::Set(D32(), 0xFFu));
+  const auto part = hn::Set(signedBytes, std::int8_t{16});
+  InPlace(rows, [&](V8 pixels) {
+    auto below = hn::BitCast(signedBytes, pixels);
+    auto above = hn::BitCast(signedBytes, hn::Xor(pixels, hn::Set(d, std::uint8_t{0x80})));
+    V8 level = hn::Zero(d);
+#pragma GCC unroll 8
+    for (int i = 0; i < 8; ++i) {
+      const V8 lower =
+          hn::TableLookupBytesOr0(hn::LoadDup128(d, differences + 16 * i), hn::BitCast(d, below));
+      const V8 upper = hn::TableLookupBytesOr0(hn::LoadDup128(d, differences + 128 + 16 * i),
+                                               hn::BitCast(d, above));
+      level = hn::Xor(hn::Xor(level, lower), upper);
+      below = hn::SaturatedSub(below, part);
+      above = hn::SaturatedSub(above, part);
+    }
+    return hn::IfThenElse(hn::MaskFromVec(alpha), pixels, level);
   });
 }
 
