@@ -24,7 +24,8 @@ Operation& AddFrame(const char* name, double read, const Run& run) {
                return [run, source, dest = bench::DestFrame(shape, frames)]() mutable {
                  run(source, dest);
                };
-             });
+             })
+      .SharesRows();
 }
 
 /// A peer's function of (dst, src, bytes of a row, rows).

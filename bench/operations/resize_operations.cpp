@@ -49,7 +49,8 @@ bench::Operation& AddResize(const char* name, Resize resize) {
                return [resize, source, dest = bench::DestFrame(shape, frames)]() mutable {
                  resize(source, dest);
                };
-             });
+             })
+      .SharesRows();
 }
 
 void Register() {

@@ -35,7 +35,7 @@ inline constexpr unsigned kMaxDefault = 8;
 inline constexpr unsigned kMax = 64;
 
 /// Frames that move fewer bytes stay with the caller: waking another thread takes as long as the
-/// caller needs for about half of them. `./dev bench 'shared rows'` measures it.
+/// caller needs for about half of them. `./dev bench threads:` measures it.
 inline constexpr std::size_t kThreshold = std::size_t{1} << 20;
 
 namespace detail {

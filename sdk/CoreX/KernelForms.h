@@ -1,4 +1,0 @@
-// Moved: the platform's kernels use it too.
-#pragma once
-
-#include "platform/System/KernelForms.h"
