@@ -6,6 +6,7 @@
 
 #include "sdk/CoreX/CoreMachDebugLog.h"
 #include "sdk/CoreX/XFrameOperations.h"
+#include "sdk/QClasses/QPixMap_kernels.h"
 #include "sdk/QClasses/QPixMap_overlay.h"
 #include "sdk/QClasses/QPixMap_rows.h"
 
@@ -141,6 +142,20 @@ void GroupToR408(const Group422& group, unsigned char* out) {
   std::memcpy(out, pixels, sizeof(pixels));
 }
 
+/// Copies the groups of a row that lie whole in both maps, where those are apart. Returns how many
+/// of its pixels that was.
+SInt32 WholeGroups(const Memory& from, const Memory& to, SInt32 y, SInt32 pixels) {
+  const SInt64 there =
+      std::clamp<SInt64>((from.size - y * from.rowBytes) / Group422::kSize, 0, pixels / 2);
+  if (there == 0) return 0;
+  const QPixMapKernels::Rows row = {to.Row(y), 0, static_cast<std::size_t>(2 * there), 1};
+  const QPixMapKernels::Source groups = {from.Row(y), 0};
+  const bool apart = row.first + 8 * there <= groups.first || groups.first + 4 * there <= row.first;
+  if (!apart) return 0;
+  QPixMapKernels::CurrentRowKernels().from422(row, groups);
+  return static_cast<SInt32>(2 * there);
+}
+
 }  // namespace
 
 OSErr QPixMap_Copy_2vuy_to_r408(PixMap** hDestPixMap, PixMap** hPixMap) {
@@ -160,8 +175,9 @@ OSErr QPixMap_Copy_2vuy_to_r408(PixMap** hDestPixMap, PixMap** hPixMap) {
   for (SInt32 y = 0; y < from.height; ++y) {
     const SInt64 source = y * from.rowBytes;
     const SInt32 pixels = static_cast<SInt32>(to.PixelsAt(y, (to.width + 1) / 2 * 2, 4));
+    const SInt32 whole = WholeGroups(from, to, y, pixels);
     // A first pixel that is not in the source at all leaves its place as it was.
-    for (SInt32 x = 0; x < pixels && source + 2 * x + 1 < from.size; x += 2) {
+    for (SInt32 x = whole; x < pixels && source + 2 * x + 1 < from.size; x += 2) {
       unsigned char out[8];
       GroupToR408(GroupAt(from, source + 2 * x), out);
       std::memcpy(to.Row(y) + 4 * x, out, static_cast<std::size_t>(4 * std::min(2, pixels - x)));

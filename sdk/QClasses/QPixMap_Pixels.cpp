@@ -15,15 +15,14 @@ void QPixMap_Copy32x24(PixMap** hPixMap, const unsigned char* rgb) {
   if (map.base == nullptr || rgb == nullptr) return;
   // The stored bits as they are: this one never asked for long row bytes.
   map.rowBytes = static_cast<UInt16>((*hPixMap)->rowBytes) & kPixMapRowBytesMask;
-  const std::size_t sourceRow = 3 * static_cast<std::size_t>(std::max(map.width, SInt32{0}));
-  for (SInt32 y = 0; y < map.height; ++y, rgb += sourceRow) {
-    const std::size_t pixels = map.PixelsAt(y, map.width, 4);
-    unsigned char* to = map.Row(y);
-    for (std::size_t x = 0; x < pixels; ++x, to += 4) {
-      to[0] = 0;
-      std::memcpy(to + 1, rgb + 3 * x, 3);
-    }
-  }
+  const auto sourceRow = 3 * static_cast<std::ptrdiff_t>(std::max(map.width, SInt32{0}));
+  const auto pixelsAt = [&map](SInt32 y) { return map.PixelsAt(y, map.width, 4); };
+  ForEachBlock(0, map.height, pixelsAt, [&](SInt32 y, std::size_t rows, std::size_t pixels) {
+    const Rows to = {map.Row(y), static_cast<std::ptrdiff_t>(map.rowBytes), pixels, rows};
+    const Source from = {rgb + y * sourceRow, sourceRow};
+    const bool apart = QPixMapRows::ApartOrSame(to, 4, from, 3);
+    (apart ? CurrentRowKernels() : QPixMapKernels::kScalarRowKernels).from24(to, from);
+  });
 }
 
 void QPixMap_Copy32x32(PixMap** hPixMap, const unsigned char* bytes) {
@@ -145,14 +144,11 @@ void QPixMap_AlphaBlend32(PixMap** hA, double weightA, PixMap** hB, double weigh
 bool QPixMap_IsPartiallyTransparent32(PixMap** hPixMap) {
   if (GetPixDepth(hPixMap) != 32) return false;
   const Memory map(hPixMap);
-  for (SInt32 y = 0; y < map.height; ++y) {
-    const std::size_t pixels = map.PixelsAt(y, map.width, 4);
-    if (pixels == 0) break;
-    // A row at a time without a way out of it, so that the compiler takes several pixels at once.
-    const unsigned char* const row = map.Row(y);
-    unsigned char all = 255;
-    for (std::size_t x = 0; x < pixels; ++x) all &= row[4 * x];
-    if (all != 255) return true;
-  }
-  return false;
+  const auto pixelsAt = [&map](SInt32 y) { return map.PixelsAt(y, map.width, 4); };
+  bool opaque = true;
+  ForEachBlock(0, map.height, pixelsAt, [&](SInt32 y, std::size_t rows, std::size_t pixels) {
+    const Rows block = {map.Row(y), static_cast<std::ptrdiff_t>(map.rowBytes), pixels, rows};
+    opaque = opaque && CurrentRowKernels().opaque(block);
+  });
+  return !opaque;
 }

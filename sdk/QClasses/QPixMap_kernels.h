@@ -83,6 +83,16 @@ struct RowKernels {
 
   /// The same on destination pixels of 3 bytes, R, G, B.
   void (*overlay24)(const Rows& dst, const Source& overlay, float opacity);
+
+  /// Pixels of 3 bytes become 0 and the same bytes. The source is apart from the destination.
+  void (*from24)(const Rows& dst, const Source& source);
+
+  /// Groups Cb, Y0, Cr, Y1 become two pixels 255, Y - 16 or 0, Cb, Cr each. The width is even, and
+  /// the source apart from the destination.
+  void (*from422)(const Rows& dst, const Source& source);
+
+  /// Whether every alpha is 255.
+  bool (*opaque)(const Rows& rows);
 };
 
 /// The forms usable on this machine, one for each of its instruction sets by that set's name, best

@@ -98,6 +98,44 @@ void Overlay(const Rows& dst, const Source& overlay, float opacity) {
   }
 }
 
+void From24(const Rows& dst, const Source& source) {
+  for (std::size_t y = 0; y < dst.height; ++y) {
+    const auto row = static_cast<std::ptrdiff_t>(y);
+    std::uint8_t* to = dst.first + row * dst.rowBytes;
+    const std::uint8_t* from = source.first + row * source.rowBytes;
+    for (std::size_t x = 0; x < dst.width; ++x, to += kPixelBytes, from += 3) {
+      to[0] = 0;
+      for (int i = 0; i < 3; ++i) to[i + 1] = from[i];
+    }
+  }
+}
+
+void From422(const Rows& dst, const Source& source) {
+  const auto luma = [](std::uint8_t y) { return static_cast<std::uint8_t>(std::max(y - 16, 0)); };
+  for (std::size_t y = 0; y < dst.height; ++y) {
+    const auto row = static_cast<std::ptrdiff_t>(y);
+    std::uint8_t* to = dst.first + row * dst.rowBytes;
+    const std::uint8_t* from = source.first + row * source.rowBytes;
+    for (std::size_t x = 0; x + 2 <= dst.width; x += 2, to += 2 * kPixelBytes, from += 4) {
+      to[0] = to[4] = 255;
+      to[1] = luma(from[1]);
+      to[5] = luma(from[3]);
+      to[2] = to[6] = from[0];
+      to[3] = to[7] = from[2];
+    }
+  }
+}
+
+bool Opaque(const Rows& rows) {
+  const std::uint8_t* start = rows.first;
+  for (std::size_t y = 0; y < rows.height; ++y, start += rows.rowBytes) {
+    for (std::size_t x = 0; x < rows.width; ++x) {
+      if (start[kPixelBytes * x] != 255) return false;
+    }
+  }
+  return true;
+}
+
 }  // namespace
 
 Tint TintOfColor(std::uint32_t color) {
@@ -108,7 +146,7 @@ Tint TintOfColor(std::uint32_t color) {
           static_cast<float>(-0.148 * r - 0.291 * g + 0.439 * b)};
 }
 
-const RowKernels kScalarRowKernels = {"scalar",  Grey,  Levels,     Duotone,
-                                      PlanBlend, Blend, Overlay<4>, Overlay<3>};
+const RowKernels kScalarRowKernels = {"scalar",   Grey,       Levels, Duotone, PlanBlend, Blend,
+                                      Overlay<4>, Overlay<3>, From24, From422, Opaque};
 
 }  // namespace QPixMapKernels

@@ -21,11 +21,15 @@ void PlanBlend(BlendPlan& plan, std::size_t pixels);
 void Blend(const Rows& dst, const Source& a, const Source& b, const BlendPlan& plan);
 void Overlay(const Rows& dst, const Source& overlay, float opacity);
 void Overlay24(const Rows& dst, const Source& overlay, float opacity);
+void From24(const Rows& dst, const Source& source);
+void From422(const Rows& dst, const Source& source);
+bool Opaque(const Rows& rows);
 
 const KernelForm<RowKernels>* Form() {
   static const KernelForm<RowKernels> kForm = {
       HWY_TARGET,
-      {hwy::TargetName(HWY_TARGET), Grey, Levels, Duotone, PlanBlend, Blend, Overlay, Overlay24}};
+      {hwy::TargetName(HWY_TARGET), Grey, Levels, Duotone, PlanBlend, Blend, Overlay, Overlay24,
+       From24, From422, Opaque}};
   return &kForm;
 }
 

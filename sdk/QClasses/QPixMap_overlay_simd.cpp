@@ -215,37 +215,6 @@ class Overlayer {
   std::uint32_t opaque_;  ///< the alpha that hides all; 256 when there is none
 };
 
-// Four pixels at a time take 16 bytes, of which the last 4 are the next ones': where there are none
-// any more pixels go alone.
-using DBlock = hn::FixedTag<std::uint8_t, 16>;
-constexpr std::size_t kPixelsOfBlocks = 6;
-
-/// 3-byte pixels to 4-byte ones, whose first byte is 0.
-void Widen(const std::uint8_t* from, std::uint8_t* to, std::size_t pixels) {
-  const DBlock d;
-  HWY_ALIGN static constexpr std::uint8_t kPlaces[16] = {0x80, 0, 1, 2, 0x80, 3, 4,  5,
-                                                         0x80, 6, 7, 8, 0x80, 9, 10, 11};
-  const auto places = hn::Load(d, kPlaces);
-  for (; pixels >= kPixelsOfBlocks; pixels -= 4, from += 12, to += 16) {
-    hn::StoreU(hn::TableLookupBytesOr0(hn::LoadU(d, from), places), d, to);
-  }
-  for (; pixels != 0; --pixels, from += 3, to += 4) {
-    to[0] = 0;
-    std::memcpy(to + 1, from, 3);
-  }
-}
-
-/// And back.
-void Narrow(const std::uint8_t* from, std::uint8_t* to, std::size_t pixels) {
-  const DBlock d;
-  HWY_ALIGN static constexpr std::uint8_t kPlaces[16] = {1, 2, 3, 5, 6, 7, 9, 10, 11, 13, 14, 15};
-  const auto places = hn::Load(d, kPlaces);
-  for (; pixels >= kPixelsOfBlocks; pixels -= 4, from += 16, to += 12) {
-    hn::StoreU(hn::TableLookupBytes(hn::Load(d, from), places), d, to);
-  }
-  for (; pixels != 0; --pixels, from += 4, to += 3) std::memcpy(to, from + 1, 3);
-}
-
 /// Whether the fractions can tell. Other opacities are no program's.
 bool IsFraction(float opacity) {
   return opacity == 1.0f || (opacity > 0.0f && opacity <= Overlayer::kLargestFraction);

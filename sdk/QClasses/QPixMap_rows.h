@@ -92,14 +92,15 @@ void ForEachBlock(PixMap** hPixMap, SInt32 pixelBytes, std::size_t cost,
 
 /// Whether all of two blocks of rows is the same memory, or they have none in common.
 inline bool ApartOrSame(const QPixMapKernels::Rows& dst, std::size_t dstPixelBytes,
-                        const QPixMapKernels::Source& source) {
+                        const QPixMapKernels::Source& source, std::size_t sourcePixelBytes = 4) {
   const auto bytes = [&dst](std::ptrdiff_t rowBytes, std::size_t pixelBytes) {
     return (dst.height - 1) * static_cast<std::size_t>(rowBytes) + dst.width * pixelBytes;
   };
   const auto d = reinterpret_cast<std::uintptr_t>(dst.first);
   const auto s = reinterpret_cast<std::uintptr_t>(source.first);
-  if (d == s) return dst.rowBytes == source.rowBytes && dstPixelBytes == 4;
-  return d < s ? s - d >= bytes(dst.rowBytes, dstPixelBytes) : d - s >= bytes(source.rowBytes, 4);
+  if (d == s) return dst.rowBytes == source.rowBytes && dstPixelBytes == sourcePixelBytes;
+  return d < s ? s - d >= bytes(dst.rowBytes, dstPixelBytes)
+               : d - s >= bytes(source.rowBytes, sourcePixelBytes);
 }
 
 /// `operation(kernels, dst, sources...)`, `cost` bytes of a copy a pixel, on all rows at once by

@@ -321,6 +321,67 @@ TEST(QPixMapKernels, OverlayOnThreeByteColours) {
   }
 }
 
+TEST(QPixMapKernels, GroupsBecomePixels) {
+  // Every byte in every place of a group, at every number of groups.
+  std::mt19937 engine(23);
+  for (std::size_t groups = 0; groups <= 70; ++groups) {
+    Bytes source(4 * groups + 1);
+    for (std::size_t i = 0; i < source.size(); ++i) {
+      source[i] = groups == 70 ? std::uint8_t(i * 3) : std::uint8_t(engine());
+    }
+    Bytes want(8 * groups + 32, 0xA5);
+    for (std::size_t g = 0; g < groups; ++g) {
+      const std::uint8_t* const from = &source[4 * g + 1];
+      for (std::size_t p = 0; p < 2; ++p) {
+        const std::uint8_t y = from[1 + 2 * p];
+        const std::uint8_t pixel[4] = {255, std::uint8_t(y < 16 ? 0 : y - 16), from[0], from[2]};
+        std::copy(pixel, pixel + 4, &want[8 * g + 4 * p]);
+      }
+    }
+    for (const RowKernels& k : AvailableRowKernels()) {
+      Bytes got(want.size(), 0xA5);
+      k.from422(Row(got.data(), 2 * groups), From(source.data() + 1));
+      ASSERT_EQ(got, want) << k.name << ' ' << groups;
+    }
+  }
+}
+
+TEST(QPixMapKernels, ThreeBytesBecomeFour) {
+  for (std::size_t pixels = 0; pixels <= 40; ++pixels) {
+    Bytes source(3 * pixels);
+    for (std::size_t i = 0; i < source.size(); ++i) source[i] = std::uint8_t(i + 1);
+    for (const RowKernels& k : AvailableRowKernels()) {
+      Bytes got(4 * pixels + 20, 0xA5);
+      k.from24(Row(got.data(), pixels), From(source.data()));
+      for (std::size_t i = 0; i < got.size(); ++i) {
+        const std::size_t byte = i / 4 * 3 + i % 4 - 1;
+        const int want = i >= 4 * pixels ? 0xA5 : i % 4 == 0 ? 0 : source[byte];
+        ASSERT_EQ(got[i], want) << k.name << ' ' << pixels << ' ' << i;
+      }
+    }
+  }
+}
+
+TEST(QPixMapKernels, OneTransparentPixelIsFoundAnywhere) {
+  constexpr std::size_t kWidth = 131;
+  constexpr std::size_t kGap = 3;
+  Bytes map((4 * kWidth + kGap) * 3, 7);
+  const Rows rows = {map.data(), 4 * kWidth + kGap, kWidth, 3};
+  const auto alpha = [&](std::size_t i) -> std::uint8_t& {
+    return map[i / kWidth * (4 * kWidth + kGap) + 4 * (i % kWidth)];
+  };
+  for (std::size_t i = 0; i < 3 * kWidth; ++i) alpha(i) = 255;
+  for (const RowKernels& k : AvailableRowKernels()) {
+    EXPECT_TRUE(k.opaque(rows)) << k.name;
+    EXPECT_TRUE(k.opaque({map.data(), 0, 0, 0})) << k.name;
+    for (std::size_t i = 0; i < 3 * kWidth; ++i) {
+      alpha(i) = std::uint8_t(i % 255);
+      EXPECT_FALSE(k.opaque(rows)) << k.name << ' ' << i;
+      alpha(i) = 255;
+    }
+  }
+}
+
 /// Rows between bytes that must stay, which also lie between the rows.
 struct Guarded {
   static constexpr std::size_t kGuard = 64;
@@ -388,6 +449,8 @@ TEST(QPixMapKernels, EveryWidthAtOddAddressesStaysInItsRows) {
             [&](const RowKernels& k, Guarded& m) { k.overlay(m.rows(), other.source(), 0.9f); });
       check("overlay of itself", noise,
             [&](const RowKernels& k, Guarded& m) { k.overlay(m.rows(), m.source(), 1.0f); });
+      check("from24", noise,
+            [&](const RowKernels& k, Guarded& m) { k.from24(m.rows(), narrow.source()); });
       check("overlay24", narrow,
             [&](const RowKernels& k, Guarded& m) { k.overlay24(m.rows(), other.source(), 1.0f); });
     }
