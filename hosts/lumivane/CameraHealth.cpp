@@ -1,5 +1,7 @@
 #include "hosts/lumivane/CameraHealth.h"
 
+#include <cstring>
+
 #include "components/camera_component.h"
 #include "hosts/lumivane/CameraFolders.h"
 #include "hosts/lumivane/HostText.h"
@@ -26,6 +28,23 @@ const char* StateName(CameraState state) {
       return "NONE";
   }
 }
+
+namespace {
+
+/// A component's text as one line of UTF-8: what is none becomes U+FFFD.
+std::string Clean(const char* text, std::size_t size) {
+  const std::string bytes(text, strnlen(text, size));
+  // By way of JSON, which replaces what is no UTF-8.
+  std::string clean =
+      nlohmann::json(bytes).dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
+  clean = nlohmann::json::parse(clean).get<std::string>();
+  for (char& c : clean) {
+    if (static_cast<unsigned char>(c) < ' ' || c == '\x7F') c = ' ';
+  }
+  return clean;
+}
+
+}  // namespace
 
 /// The bundle that the filter has loaded. One bundle stands for one path in the whole process, so
 /// this reference is the filter's too.
@@ -93,10 +112,9 @@ CameraHealth CameraObserver::Look(bool live, bool newPicture) {
   }
   if (status.sequence != 0) health.sequence = status.sequence;
   health.dropped = status.skipped + status.lost;
-  status.source[sizeof(status.source) - 1] = '\0';
-  status.message[sizeof(status.message) - 1] = '\0';
-  if (status.source[0] != '\0') health.camera = status.source;
-  health.message = status.message;
+  const std::string source = Clean(status.source, sizeof(status.source));
+  if (!source.empty()) health.camera = source;
+  health.message = Clean(status.message, sizeof(status.message));
   return health;
 }
 

@@ -34,7 +34,7 @@ struct SnapshotOptions {
   std::string out;    ///< a .png path, or "-" for standard output (one frame only)
   int frames = 1;     ///< more than one: OUT gets the frame's number before its extension
   double rate = 30;   ///< frames per second asked for; 0: as fast as they can be had
-  double warmUp = 0;  ///< seconds of frames thrown away first
+  double warmUp = 3;  ///< longest time, in seconds, that a camera's brightness gets to settle
   bool requireCamera = false;
   bool json = false;
   bool quiet = false;

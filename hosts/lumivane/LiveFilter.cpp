@@ -37,7 +37,9 @@ std::optional<PictureSize> ParseSize(const std::string& text) {
   return PictureSize{width, height};
 }
 
-std::vector<std::uint8_t> EncodePng(const Picture& picture, std::string* error) {
+std::vector<std::uint8_t> EncodePng(const Picture& picture,
+                                    const std::vector<std::pair<std::string, std::string>>& texts,
+                                    std::string* error) {
   const std::size_t rowBytes = 4 * static_cast<std::size_t>(picture.width);
   const Held<CGDataProviderRef> provider(
       CGDataProviderCreateWithData(nullptr, picture.rgba.data(), picture.rgba.size(), nullptr));
@@ -46,7 +48,7 @@ std::vector<std::uint8_t> EncodePng(const Picture& picture, std::string* error) 
       static_cast<std::size_t>(picture.width), static_cast<std::size_t>(picture.height), 8, 32,
       rowBytes, space.get(), kCGImageAlphaPremultipliedLast, provider.get(), nullptr, false,
       kCGRenderingIntentDefault));
-  return ImageIOEncodePNG(image.get(), {{"Software", "Lumivane"}}, error);
+  return ImageIOEncodePNG(image.get(), texts, error);
 }
 
 LiveFilter::LiveFilter(CIFilter* filter, std::string plugInPath, const PictureSource& source)

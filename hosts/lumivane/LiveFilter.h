@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "hosts/lumivane/Commands.h"
@@ -21,8 +22,11 @@ struct Picture {
   std::vector<std::uint8_t> rgba;
 };
 
-/// PNG bytes of the picture; empty, with the reason in `*error`, on failure.
-std::vector<std::uint8_t> EncodePng(const Picture& picture, std::string* error);
+/// PNG bytes of the picture with those texts (keyword and text); empty, with the reason in
+/// `*error`, on failure.
+std::vector<std::uint8_t> EncodePng(const Picture& picture,
+                                    const std::vector<std::pair<std::string, std::string>>& texts,
+                                    std::string* error);
 
 /// One answer of the filter. The image is retained and released with the frame.
 struct Frame {

@@ -1,16 +1,22 @@
 // `lumivane snapshot`: frames of the live picture as PNG files.
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-#include <filesystem>
-#include <thread>
+#include <unistd.h>
 
+#include <cerrno>
+#include <cmath>
+#include <cstdio>
+#include <ctime>
+#include <filesystem>
+
+#include "hosts/lumivane/CameraHealth.h"
 #include "hosts/lumivane/Commands.h"
 #include "hosts/lumivane/ExitCodes.h"
+#include "hosts/lumivane/HostStart.h"
 #include "hosts/lumivane/LiveFilter.h"
+#include "hosts/lumivane/PictureFile.h"
 #include "hosts/lumivane/Progress.h"
+#include "hosts/lumivane/StopSignals.h"
+#include "hosts/lumivane/WarmUp.h"
 #include "nlohmann/json.hpp"
-#include "platform/ImageIO/ImageData.h"
 
 namespace fs = std::filesystem;
 
@@ -27,20 +33,6 @@ std::string NumberedName(const std::string& out, int number, int count) {
       .string();
 }
 
-void SleepUntil(double time) {
-  const double now = MonotonicSeconds();
-  if (time > now) std::this_thread::sleep_for(std::chrono::duration<double>(time - now));
-}
-
-bool WriteToStandardOutput(const std::vector<std::uint8_t>& bytes, std::string* error) {
-  if (std::fwrite(bytes.data(), 1, bytes.size(), stdout) == bytes.size() &&
-      std::fflush(stdout) == 0) {
-    return true;
-  }
-  *error = std::strerror(errno);
-  return false;
-}
-
 struct Summary {
   int written = 0;
   int live = 0;
@@ -50,6 +42,8 @@ struct Summary {
   int height = 0;
   std::string first;
   std::string last;
+  double warmUpSeconds = 0;
+  CameraHealth health;  ///< at the last frame
 };
 
 void Print(const Summary& summary, bool json) {
@@ -59,11 +53,19 @@ void Print(const Summary& summary, bool json) {
   const double milliseconds =
       summary.written > 0 ? 1000 * summary.renderSeconds / summary.written : 0;
   if (json) {
-    const nlohmann::ordered_json report = {
-        {"frames", summary.written}, {"live", summary.live},
-        {"width", summary.width},    {"height", summary.height},
-        {"framesPerSecond", rate},   {"millisecondsPerFrame", milliseconds},
-        {"first", summary.first},    {"last", summary.last}};
+    nlohmann::ordered_json report = {{"frames", summary.written},
+                                     {"live", summary.live},
+                                     {"width", summary.width},
+                                     {"height", summary.height},
+                                     {"framesPerSecond", rate},
+                                     {"millisecondsPerFrame", milliseconds},
+                                     {"first", summary.first},
+                                     {"last", summary.last},
+                                     {"state", StateName(summary.health.state)},
+                                     {"camera", summary.health.camera},
+                                     {"ageMilliseconds", nullptr},
+                                     {"warmUpSeconds", summary.warmUpSeconds}};
+    if (summary.health.ageSeconds) report["ageMilliseconds"] = 1000 * *summary.health.ageSeconds;
     std::printf("%s\n", report.dump(2).c_str());
     return;
   }
@@ -71,18 +73,50 @@ void Print(const Summary& summary, bool json) {
               summary.live, summary.width, summary.height);
   std::printf("rate:              %.1f frames per second\n", rate);
   std::printf("time per frame:    %.2f ms in filter and rendering\n", milliseconds);
+  if (!summary.health.camera.empty()) {
+    std::printf("camera:            %s, %s", summary.health.camera.c_str(),
+                StateName(summary.health.state));
+    if (summary.health.ageSeconds) {
+      std::printf(", frame %.0f ms old", 1000 * *summary.health.ageSeconds);
+    }
+    std::printf("\n");
+  }
   std::printf("first:             %s\n", summary.first.c_str());
   if (summary.last != summary.first) std::printf("last:              %s\n", summary.last.c_str());
+}
+
+/// What the file says of itself.
+std::vector<std::pair<std::string, std::string>> Texts(const CameraHealth& health) {
+  char stamp[64];
+  const std::time_t now = std::time(nullptr);
+  std::tm utc{};
+  gmtime_r(&now, &utc);
+  std::strftime(stamp, sizeof(stamp), "%a, %d %b %Y %H:%M:%S GMT", &utc);
+  std::vector<std::pair<std::string, std::string>> texts = {
+      {"Software", std::string("Lumivane ") + Version()},
+      {"Creation Time", stamp},
+      {"Camera State", StateName(health.state)}};
+  if (!health.camera.empty()) texts.emplace_back("Source", health.camera);
+  if (health.ageSeconds) {
+    texts.emplace_back("Frame Age",
+                       std::to_string(std::llround(1000 * *health.ageSeconds)) + " ms");
+  }
+  return texts;
 }
 
 }  // namespace
 
 int RunSnapshot(const SnapshotOptions& options) {
   const bool toStandardOutput = options.out == "-";
+  if (toStandardOutput && isatty(STDOUT_FILENO) == 1) {
+    std::fprintf(stderr, "lumivane: --out -: a picture is not for a terminal\n");
+    return kExitUsage;
+  }
   if (toStandardOutput && options.frames != 1) {
     std::fprintf(stderr, "lumivane: only one frame can go to standard output; give --out a file\n");
     return kExitUsage;
   }
+  StopSignals stop;
   std::string error;
   const std::unique_ptr<LiveFilter> filter = LiveFilter::Open(options.source, &error);
   if (!filter) {
@@ -91,17 +125,13 @@ int RunSnapshot(const SnapshotOptions& options) {
   }
 
   const double period = options.rate > 0 ? 1 / options.rate : 0;
-  const double warmUpEnd = MonotonicSeconds() + options.warmUp;
-  while (MonotonicSeconds() < warmUpEnd) {
-    filter->NextFrame();
-    std::this_thread::sleep_for(std::chrono::duration<double>(period > 0 ? period : 0.01));
-  }
-
+  CameraObserver observer;
   Summary summary;
   Progress progress(options.quiet || toStandardOutput);
+  summary.warmUpSeconds = WarmUp(*filter, observer, options.warmUp, stop);
   const double start = MonotonicSeconds();
-  for (int i = 0; i < options.frames; ++i) {
-    SleepUntil(start + i * period);
+  // What is stopped has not yet written its first file, or ends with those it has.
+  for (int i = 0; i < options.frames && !stop.WaitUntil(start + i * period); ++i) {
     const double before = MonotonicSeconds();
     const Frame frame = filter->NextFrame();
     if (!frame.image) {
@@ -115,6 +145,7 @@ int RunSnapshot(const SnapshotOptions& options) {
       return kExitNoCamera;
     }
     const Picture picture = filter->Render(frame);
+    summary.health = observer.Look(frame.live, true);
     summary.renderSeconds += MonotonicSeconds() - before;
     if (picture.rgba.empty()) {
       std::fprintf(stderr, "lumivane: the frame could not be rendered\n");
@@ -123,11 +154,13 @@ int RunSnapshot(const SnapshotOptions& options) {
 
     const std::string name =
         toStandardOutput ? "-" : NumberedName(options.out, i + 1, options.frames);
-    const std::vector<std::uint8_t> png = EncodePng(picture, &error);
-    const bool ok = !png.empty() && (toStandardOutput ? WriteToStandardOutput(png, &error)
-                                                      : ImageIOWriteFile(name, png, &error));
-    if (!ok) {
-      std::fprintf(stderr, "lumivane: %s cannot be written: %s\n", name.c_str(), error.c_str());
+    const std::vector<std::uint8_t> png = EncodePng(picture, Texts(summary.health), &error);
+    errno = 0;
+    if (png.empty() || !WriteBytes(name, png, &error)) {
+      // Whoever reads has had enough.
+      if (toStandardOutput && errno == EPIPE) return kExitOk;
+      if (png.empty()) error = name + " cannot be written: " + error;
+      std::fprintf(stderr, "lumivane: %s\n", error.c_str());
       return kExitFailed;
     }
     ++summary.written;
@@ -139,7 +172,11 @@ int RunSnapshot(const SnapshotOptions& options) {
     progress.Show("frame " + std::to_string(i + 1) + " of " + std::to_string(options.frames));
   }
   summary.seconds = MonotonicSeconds() - start;
-  if (!options.quiet && !toStandardOutput) Print(summary, options.json);
+  if (!options.quiet && !toStandardOutput && summary.written > 0) Print(summary, options.json);
+  if (summary.written == 0) {
+    std::fprintf(stderr, "lumivane: stopped before the first frame\n");
+    return kExitFailed;
+  }
   if (summary.live == 0) {
     if (!options.quiet)
       std::fprintf(stderr, "lumivane: no camera: this is the no-camera picture\n");

@@ -20,7 +20,9 @@ void AddSnapshotCommand(CLI::App& app, int* result) {
   snapshot->add_option("--rate", options->rate, "Frames per second; 0: as fast as they can be had")
       ->check(CLI::Range(0.0, 1000.0))
       ->capture_default_str();
-  snapshot->add_option("--warm-up", options->warmUp, "Seconds of frames to throw away first")
+  snapshot
+      ->add_option("--warm-up", options->warmUp,
+                   "Longest wait, in seconds, until a camera's brightness has settled; 0: none")
       ->check(CLI::Range(0.0, 60.0))
       ->capture_default_str();
   snapshot->add_flag("--require-camera", options->requireCamera,

@@ -99,7 +99,7 @@ void TakeSnapshot(const LiveFilter& filter, const Frame& frame, const std::strin
   if (!frame.image) return;
   const std::string name = SnapshotName(folder);
   std::string error;
-  const std::vector<std::uint8_t> png = EncodePng(filter.Render(frame), &error);
+  const std::vector<std::uint8_t> png = EncodePng(filter.Render(frame), {}, &error);
   if (!png.empty() && ImageIOWriteFile(name, png, &error)) {
     std::printf("%s\n", name.c_str());
     std::fflush(stdout);
