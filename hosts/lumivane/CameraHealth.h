@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <string>
 
@@ -31,18 +30,14 @@ struct CameraHealth {
 
 class CameraObserver {
  public:
-  CameraObserver();
-  ~CameraObserver();
-
   /// After each frame of the filter. `newPicture`: its pixels differ from those before, which
   /// counts where the component does not say more.
   CameraHealth Look(bool live, bool newPicture);
 
  private:
-  struct Component;
-  void FindComponent();
+  void Count(bool newPicture);
 
-  std::unique_ptr<Component> component_;
+  std::string component_;  ///< its name, looked up now and then
   double lookAgain_ = 0;
   // Counted here, for a component that says nothing.
   std::uint64_t pictures_ = 0;

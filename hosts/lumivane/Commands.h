@@ -63,8 +63,11 @@ int RunStream(const StreamOptions& options);
 
 struct ViewOptions {
   PictureSource source;
-  std::string snapshotFolder = ".";
-  double seconds = 0;  ///< ends by itself after so long; 0: never
+  std::string snapshotFolder = ".";  ///< for recordings too
+  double seconds = 0;                ///< ends by itself after so long; 0: never
+  bool headless = false;             ///< draw where nobody sees it
+  bool fullScreen = false;
+  bool mirrored = false;
 };
 int RunView(const ViewOptions& options);
 

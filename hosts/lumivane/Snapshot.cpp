@@ -2,15 +2,13 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cmath>
 #include <cstdio>
-#include <ctime>
 #include <filesystem>
 
 #include "hosts/lumivane/CameraHealth.h"
+#include "hosts/lumivane/CaptureFiles.h"
 #include "hosts/lumivane/Commands.h"
 #include "hosts/lumivane/ExitCodes.h"
-#include "hosts/lumivane/HostStart.h"
 #include "hosts/lumivane/LiveFilter.h"
 #include "hosts/lumivane/PictureFile.h"
 #include "hosts/lumivane/Progress.h"
@@ -85,25 +83,6 @@ void Print(const Summary& summary, bool json) {
   if (summary.last != summary.first) std::printf("last:              %s\n", summary.last.c_str());
 }
 
-/// What the file says of itself.
-std::vector<std::pair<std::string, std::string>> Texts(const CameraHealth& health) {
-  char stamp[64];
-  const std::time_t now = std::time(nullptr);
-  std::tm utc{};
-  gmtime_r(&now, &utc);
-  std::strftime(stamp, sizeof(stamp), "%a, %d %b %Y %H:%M:%S GMT", &utc);
-  std::vector<std::pair<std::string, std::string>> texts = {
-      {"Software", std::string("Lumivane ") + Version()},
-      {"Creation Time", stamp},
-      {"Camera State", StateName(health.state)}};
-  if (!health.camera.empty()) texts.emplace_back("Source", health.camera);
-  if (health.ageSeconds) {
-    texts.emplace_back("Frame Age",
-                       std::to_string(std::llround(1000 * *health.ageSeconds)) + " ms");
-  }
-  return texts;
-}
-
 }  // namespace
 
 int RunSnapshot(const SnapshotOptions& options) {
@@ -154,7 +133,7 @@ int RunSnapshot(const SnapshotOptions& options) {
 
     const std::string name =
         toStandardOutput ? "-" : NumberedName(options.out, i + 1, options.frames);
-    const std::vector<std::uint8_t> png = EncodePng(picture, Texts(summary.health), &error);
+    const std::vector<std::uint8_t> png = EncodePng(picture, PictureTexts(summary.health), &error);
     errno = 0;
     if (png.empty() || !WriteBytes(name, png, &error)) {
       // Whoever reads has had enough.

@@ -13,7 +13,7 @@
 #include "hosts/lumivane/FrameWriter.h"
 #include "hosts/lumivane/HttpServer.h"
 #include "hosts/lumivane/Progress.h"
-#include "hosts/lumivane/VideoDevice.h"
+#include "hosts/lumivane/VideoOutputDevice.h"
 #include "nlohmann/json.hpp"
 
 namespace lumivane {
@@ -92,8 +92,8 @@ void Stream::AddWriter(const std::string& name, std::unique_ptr<ByteOutput> byte
 }
 
 bool Stream::OpenDevice(std::string* error) {
-  const VideoDevice device =
-      OpenVideoDevice(options_.device, size_, rate_, MatrixOf(options_, size_.height), error);
+  const VideoOutputDevice device =
+      OpenVideoOutput(options_.device, size_, rate_, MatrixOf(options_, size_.height), error);
   if (device.descriptor < 0) return false;
   auto bytes = std::make_unique<ByteOutput>();
   if (!bytes->Adopt(device.descriptor, options_.device, error)) return false;

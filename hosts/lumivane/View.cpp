@@ -1,190 +1,292 @@
 // `lumivane view`: the live picture in a window.
-#include <SDL2/SDL.h>
-
+#include <cmath>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <ctime>
 #include <filesystem>
 
-#include "hosts/lumivane/CameraFolders.h"
+#include "hosts/lumivane/CaptureFiles.h"
 #include "hosts/lumivane/Commands.h"
 #include "hosts/lumivane/ExitCodes.h"
-#include "hosts/lumivane/LiveFilter.h"
+#include "hosts/lumivane/FrameWriter.h"
 #include "hosts/lumivane/Progress.h"
+#include "hosts/lumivane/ViewInput.h"
+#include "hosts/lumivane/ViewOverlay.h"
 #include "platform/ImageIO/ImageData.h"
 
 namespace lumivane {
 namespace {
 
-constexpr int kFirstWidth = 960;
-constexpr int kFirstHeight = 720;
-constexpr double kFallbackFramesPerSecond = 60;  ///< where the display does not pace us
-constexpr double kTitleSeconds = 0.5;
+constexpr double kMostLooksPerSecond = 60;
+constexpr double kSecondsBetweenStates = 0.25;  ///< of the overlay and the title
+constexpr double kMessageSeconds = 4;
+constexpr double kRecordingRate = 30;  ///< where the camera's own is not known
 
-bool HasDisplay() {
-  const auto set = [](const char* name) {
-    const char* value = std::getenv(name);
-    return value != nullptr && *value != '\0';
-  };
-  // Without this SDL falls back to a driver that draws where nobody sees it.
-  return set("DISPLAY") || set("WAYLAND_DISPLAY") || set("SDL_VIDEODRIVER");
+int Fail(const std::string& error) {
+  std::fprintf(stderr, "lumivane: %s\n", error.c_str());
+  return kExitFailed;
 }
 
-struct Window {
-  SDL_Window* window = nullptr;
-  SDL_Renderer* renderer = nullptr;
-  SDL_Texture* texture = nullptr;
-  int width = 0;
-  int height = 0;
+class Viewer {
+ public:
+  explicit Viewer(const ViewOptions& options) : options_(options) {}
+  int Run();
 
-  ~Window() {
-    if (texture) SDL_DestroyTexture(texture);
-    if (renderer) SDL_DestroyRenderer(renderer);
-    if (window) SDL_DestroyWindow(window);
-    SDL_Quit();
-  }
+ private:
+  bool Look(std::string* error);
+  void Do(ViewAction action);
+  void TakeSnapshot();
+  void ToggleRecording();
+  void StopRecording();
+  void Record(const Frame& frame);
+  void Tell(const std::string& message);
+  void UpdateState(double now);
+  void Draw();
 
-  bool Open() {
-    if (SDL_Init(SDL_INIT_VIDEO) != 0) return false;
-    window = SDL_CreateWindow("Lumivane", SDL_WINDOWPOS_CENTERED, SDL_WINDOWPOS_CENTERED,
-                              kFirstWidth, kFirstHeight, SDL_WINDOW_RESIZABLE);
-    if (!window) return false;
-    renderer = SDL_CreateRenderer(window, -1, SDL_RENDERER_PRESENTVSYNC);
-    if (!renderer) renderer = SDL_CreateRenderer(window, -1, SDL_RENDERER_SOFTWARE);
-    return renderer != nullptr;
-  }
+  const ViewOptions& options_;
+  StopSignals stop_;
+  std::unique_ptr<LiveFilter> filter_;
+  std::unique_ptr<ViewWindow> window_;
+  CameraObserver observer_;
+  ViewState state_;
+  std::shared_ptr<const Picture> picture_;
+  std::optional<std::uint64_t> sequence_;
+  bool wasLive_ = false;
+  bool wasNew_ = false;
+  bool running_ = true;
+  bool dirty_ = true;
+  double stateTime_ = 0;
+  int shown_ = 0;  ///< new pictures since stateTime_
+  double messageEnd_ = 0;
 
-  /// A texture as large as the window's drawing area.
-  bool FitTexture() {
-    int w = 0;
-    int h = 0;
-    SDL_GetRendererOutputSize(renderer, &w, &h);
-    if (texture && w == width && h == height) return true;
-    if (texture) SDL_DestroyTexture(texture);
-    texture =
-        SDL_CreateTexture(renderer, SDL_PIXELFORMAT_RGBA32, SDL_TEXTUREACCESS_STREAMING, w, h);
-    width = w;
-    height = h;
-    return texture != nullptr;
-  }
-
-  void Show(const Picture& picture) {
-    if (picture.width == width && picture.height == height && !picture.rgba.empty()) {
-      SDL_UpdateTexture(texture, nullptr, picture.rgba.data(), 4 * picture.width);
-    }
-    SDL_SetRenderDrawColor(renderer, 0, 0, 0, 255);
-    SDL_RenderClear(renderer);
-    SDL_RenderCopy(renderer, texture, nullptr, nullptr);
-    SDL_RenderPresent(renderer);
-  }
+  std::unique_ptr<FrameWriter> writer_;
+  std::string recordingName_;
+  PictureSize recordingSize_;
+  double recordingRate_ = kRecordingRate;
+  double recordingStart_ = 0;
+  std::uint64_t recordedTicks_ = 0;
 };
 
-std::string SnapshotName(const std::string& folder) {
-  const std::time_t now = std::time(nullptr);
-  std::tm local{};
-  localtime_r(&now, &local);
-  char stamp[32];
-  std::strftime(stamp, sizeof(stamp), "%Y%m%d-%H%M%S", &local);
-  const std::filesystem::path base =
-      std::filesystem::path(folder) / (std::string("lumivane-") + stamp);
-  std::string name = base.string() + ".png";
-  for (int i = 2; std::filesystem::exists(name); ++i) {
-    name = base.string() + "-" + std::to_string(i) + ".png";
-  }
-  return name;
+void Viewer::Tell(const std::string& message) {
+  state_.message = message;
+  messageEnd_ = MonotonicSeconds() + kMessageSeconds;
+  dirty_ = true;
 }
 
-void TakeSnapshot(const LiveFilter& filter, const Frame& frame, const std::string& folder) {
-  if (!frame.image) return;
-  const std::string name = SnapshotName(folder);
+void Viewer::TakeSnapshot() {
+  if (!picture_) return;
+  const std::string name = CaptureName(options_.snapshotFolder, "png");
   std::string error;
-  const std::vector<std::uint8_t> png = EncodePng(filter.Render(frame), {}, &error);
+  const std::vector<std::uint8_t> png = EncodePng(*picture_, PictureTexts(state_.health), &error);
   if (!png.empty() && ImageIOWriteFile(name, png, &error)) {
     std::printf("%s\n", name.c_str());
     std::fflush(stdout);
+    Tell("saved " + std::filesystem::path(name).filename().string());
   } else {
     std::fprintf(stderr, "lumivane: %s cannot be written: %s\n", name.c_str(), error.c_str());
+    Tell("not saved: " + error);
   }
+}
+
+void Viewer::ToggleRecording() {
+  if (writer_) {
+    StopRecording();
+    return;
+  }
+  if (!picture_) return;
+  recordingName_ = CaptureName(options_.snapshotFolder, "y4m");
+  std::string error;
+  auto output = std::make_unique<ByteOutput>();
+  if (!output->Open(recordingName_, stop_, &error)) {
+    std::fprintf(stderr, "lumivane: %s\n", error.c_str());
+    Tell("not recorded: " + error);
+    return;
+  }
+  recordingRate_ = state_.health.rate >= 1 ? std::round(state_.health.rate) : kRecordingRate;
+  recordingSize_ = {picture_->width, picture_->height};
+  WriterFormat format;
+  format.size = recordingSize_;
+  format.rate = {static_cast<std::int64_t>(recordingRate_), 1};
+  format.matrix = MatrixFor(recordingSize_.height);
+  writer_ = std::make_unique<FrameWriter>(std::move(output), format, 0);
+  recordingStart_ = MonotonicSeconds();
+  recordedTicks_ = 0;
+  writer_->Offer({recordedTicks_++, picture_});
+  dirty_ = true;
+}
+
+void Viewer::StopRecording() {
+  if (!writer_) return;
+  const double seconds = MonotonicSeconds() - recordingStart_;
+  writer_->Finish(std::max(recordedTicks_, static_cast<std::uint64_t>(seconds * recordingRate_)));
+  if (writer_->state() == SinkState::kFailed) {
+    std::fprintf(stderr, "lumivane: %s\n", writer_->error().c_str());
+    Tell("not recorded: " + writer_->error());
+  } else {
+    std::printf("%s\n", recordingName_.c_str());
+    std::fflush(stdout);
+    Tell("saved " + std::filesystem::path(recordingName_).filename().string());
+  }
+  writer_.reset();
+}
+
+void Viewer::Record(const Frame& frame) {
+  if (writer_->state() != SinkState::kRunning) {
+    StopRecording();
+    return;
+  }
+  const double elapsed = MonotonicSeconds() - recordingStart_;
+  const std::uint64_t tick = static_cast<std::uint64_t>(elapsed * recordingRate_);
+  if (tick < recordedTicks_) return;
+  std::shared_ptr<const Picture> picture = picture_;
+  // A recording keeps its size, whatever the camera does.
+  if (picture->width != recordingSize_.width || picture->height != recordingSize_.height) {
+    picture = std::make_shared<Picture>(filter_->Render(frame, recordingSize_));
+    if (picture->rgba.empty()) return;
+  }
+  writer_->Offer({tick, picture});
+  recordedTicks_ = tick + 1;
+}
+
+bool Viewer::Look(std::string* error) {
+  const Frame frame = filter_->NextFrame();
+  state_.health = observer_.Look(frame.live, wasNew_);
+  wasNew_ = false;
+  // The number of a frame that shows already saves looking at its pixels.
+  const bool known = state_.health.sequence && state_.health.sequence == sequence_ &&
+                     frame.live == wasLive_ && picture_;
+  sequence_ = state_.health.sequence;
+  wasLive_ = frame.live;
+  if (frame.image && !known) {
+    Picture picture = filter_->Render(frame);
+    if (!picture.rgba.empty() && (!picture_ || picture.rgba != picture_->rgba)) {
+      wasNew_ = true;
+      ++shown_;
+      dirty_ = true;
+      state_.pictureSize = {picture.width, picture.height};
+      picture_ = std::make_shared<Picture>(std::move(picture));
+      if (window_ && !window_->SetPicture(*picture_)) {
+        *error = std::string("the picture cannot be shown: ") + SDL_GetError();
+        return false;
+      }
+    }
+  }
+  if (writer_) Record(frame);
+  return true;
+}
+
+void Viewer::Do(ViewAction action) {
+  if (action != ViewAction::kNone) dirty_ = true;
+  switch (action) {
+    case ViewAction::kQuit:
+      running_ = false;
+      break;
+    case ViewAction::kFullScreen:
+      window_->ToggleFullScreen();
+      break;
+    case ViewAction::kMirror:
+      state_.mirrored = !state_.mirrored;
+      break;
+    case ViewAction::kFreeze:
+      state_.frozen = !state_.frozen;
+      break;
+    case ViewAction::kOverlay:
+      state_.showState = !state_.showState;
+      break;
+    case ViewAction::kHistogram:
+      state_.showHistogram = !state_.showHistogram;
+      break;
+    case ViewAction::kWaveform:
+      state_.showWaveform = !state_.showWaveform;
+      break;
+    case ViewAction::kSnapshot:
+      TakeSnapshot();
+      break;
+    case ViewAction::kRecord:
+      ToggleRecording();
+      break;
+    case ViewAction::kHelp:
+      state_.showHelp = !state_.showHelp;
+      break;
+    case ViewAction::kRedraw:
+    case ViewAction::kNone:
+      break;
+  }
+}
+
+void Viewer::UpdateState(double now) {
+  if (!state_.message.empty() && now >= messageEnd_) {
+    state_.message.clear();
+    dirty_ = true;
+  }
+  state_.recordingSeconds.reset();
+  if (writer_) {
+    state_.recordingSeconds = now - recordingStart_;
+    state_.recorded = writer_->counts();
+  }
+  if (now - stateTime_ < kSecondsBetweenStates) return;
+  // Over a few intervals: one holds too few pictures for a rate.
+  const double rate = shown_ / (now - stateTime_);
+  state_.shownRate += (rate - state_.shownRate) / 4;
+  shown_ = 0;
+  stateTime_ = now;
+  dirty_ = dirty_ || state_.showState || writer_;
+  char title[320];
+  std::snprintf(title, sizeof(title), "%s - %s - Lumivane",
+                state_.health.camera.empty() ? "no camera" : state_.health.camera.c_str(),
+                state_.frozen ? "frozen" : StateName(state_.health.state));
+  window_->SetTitle(title);
+}
+
+void Viewer::Draw() {
+  window_->DrawPicture(state_.mirrored);
+  if (picture_) DrawOverlays(*window_, state_, *picture_);
+  window_->Present();
+  dirty_ = false;
+}
+
+int Viewer::Run() {
+  std::string error;
+  filter_ = LiveFilter::Open(options_.source, &error);
+  if (!filter_) return Fail(error);
+  if (!Look(&error)) return Fail(error);
+  window_ = ViewWindow::Open(picture_ ? state_.pictureSize : PictureSize{640, 480},
+                             options_.headless, &error);
+  if (!window_) return Fail(error);
+  if (picture_ && !window_->SetPicture(*picture_)) {
+    return Fail(std::string("the picture cannot be shown: ") + SDL_GetError());
+  }
+  state_.mirrored = options_.mirrored;
+  if (options_.fullScreen) window_->ToggleFullScreen();
+
+  const double start = MonotonicSeconds();
+  const double period = 1 / std::min(window_->displayRate(), kMostLooksPerSecond);
+  stateTime_ = start;
+  double next = start;
+  while (running_ && !stop_.Came()) {
+    // Sleeps in the wait for events: a key is answered at once, and nothing is done between.
+    const double wait = next - MonotonicSeconds();
+    SDL_Event event;
+    if (SDL_WaitEventTimeout(&event, wait > 0 ? static_cast<int>(std::ceil(1000 * wait)) : 0)) {
+      do {
+        Do(ActionOf(event));
+      } while (SDL_PollEvent(&event) != 0);
+    }
+    const double now = MonotonicSeconds();
+    if (now >= next) {
+      next = std::max(next + period, now);
+      if (!state_.frozen && !Look(&error)) return Fail(error);
+    }
+    UpdateState(now);
+    if (dirty_) Draw();
+    if (options_.seconds > 0 && now - start >= options_.seconds) running_ = false;
+  }
+  StopRecording();
+  return kExitOk;
 }
 
 }  // namespace
 
 int RunView(const ViewOptions& options) {
-  if (!HasDisplay()) {
-    std::fprintf(stderr,
-                 "lumivane: no display (neither DISPLAY nor WAYLAND_DISPLAY is set); `lumivane "
-                 "snapshot --out frame.png` writes pictures without one\n");
-    return kExitFailed;
-  }
-  std::string error;
-  const std::unique_ptr<LiveFilter> filter = LiveFilter::Open(options.source, &error);
-  if (!filter) {
-    std::fprintf(stderr, "lumivane: %s\n", error.c_str());
-    return kExitFailed;
-  }
-  Window window;
-  if (!window.Open()) {
-    std::fprintf(stderr, "lumivane: no window: %s\n", SDL_GetError());
-    return kExitFailed;
-  }
-
-  const double start = MonotonicSeconds();
-  double titleTime = start;
-  int framesSinceTitle = 0;
-  bool frozen = false;
-  Frame frame;
-  for (bool running = true; running;) {
-    const double frameStart = MonotonicSeconds();
-    bool snapshot = false;
-    for (SDL_Event event; SDL_PollEvent(&event) != 0;) {
-      if (event.type == SDL_QUIT) running = false;
-      if (event.type != SDL_KEYDOWN) continue;
-      switch (event.key.keysym.sym) {
-        case SDLK_q:
-        case SDLK_ESCAPE:
-          running = false;
-          break;
-        case SDLK_s:
-          snapshot = true;
-          break;
-        case SDLK_SPACE:
-          frozen = !frozen;
-          break;
-        case SDLK_f: {
-          const bool full = (SDL_GetWindowFlags(window.window) & SDL_WINDOW_FULLSCREEN) != 0;
-          SDL_SetWindowFullscreen(window.window, full ? 0 : SDL_WINDOW_FULLSCREEN_DESKTOP);
-          break;
-        }
-        default:
-          break;
-      }
-    }
-    if (!frozen || !frame.image) frame = filter->NextFrame();
-    if (!window.FitTexture()) {
-      std::fprintf(stderr, "lumivane: no texture: %s\n", SDL_GetError());
-      return kExitFailed;
-    }
-    window.Show(frame.image ? filter->Render(frame, {window.width, window.height}) : Picture{});
-    if (snapshot) TakeSnapshot(*filter, frame, options.snapshotFolder);
-
-    ++framesSinceTitle;
-    const double now = MonotonicSeconds();
-    if (now - titleTime >= kTitleSeconds) {
-      char title[256];
-      const std::string camera = frame.live ? CurrentCameraName() : "no camera";
-      std::snprintf(title, sizeof(title), "Lumivane - %s - %.1f frames per second%s",
-                    camera.c_str(), framesSinceTitle / (now - titleTime),
-                    frozen ? " (frozen)" : "");
-      SDL_SetWindowTitle(window.window, title);
-      titleTime = now;
-      framesSinceTitle = 0;
-    }
-    if (options.seconds > 0 && now - start >= options.seconds) running = false;
-    const double rest = 1 / kFallbackFramesPerSecond - (MonotonicSeconds() - frameStart);
-    if (rest > 0) SDL_Delay(static_cast<Uint32>(1000 * rest));
-  }
-  return kExitOk;
+  return Viewer(options).Run();
 }
 
 }  // namespace lumivane

@@ -264,15 +264,6 @@ TEST(Attributes, PrintsTheFiltersOwnWords) {
   EXPECT_THAT(Lumivane({"attributes"}).out, HasSubstr("inputClock"));
 }
 
-TEST(View, SaysThatThereIsNoDisplay) {
-  unsetenv("DISPLAY");
-  unsetenv("WAYLAND_DISPLAY");
-  unsetenv("SDL_VIDEODRIVER");
-  const ProgramResult run = Lumivane({"view"});
-  EXPECT_EQ(run.exitCode, lumivane::kExitFailed);
-  EXPECT_THAT(run.err, HasSubstr("no display"));
-}
-
 TEST(View, ShowsAWindowAndEndsByItself) {
   const Installed camera;
   const test::ScopedVariable driver("SDL_VIDEODRIVER", "dummy");

@@ -10,7 +10,7 @@
 
 namespace lumivane {
 
-struct VideoDevice {
+struct VideoOutputDevice {
   int descriptor = -1;       ///< non-blocking, takes whole frames of UYVY; the caller closes it
   PictureSize size;          ///< what the device takes: it has the last word
   std::size_t rowBytes = 0;  ///< from one row to the next
@@ -19,7 +19,7 @@ struct VideoDevice {
 /// Opens the output device at `path` and sets its format: UYVY of about that size and rate, with
 /// colours by that matrix. A descriptor of -1 with one sentence, which says what
 /// mends it where that is known.
-VideoDevice OpenVideoDevice(const std::string& path, PictureSize size, Ratio rate,
-                            VideoMatrix matrix, std::string* error);
+VideoOutputDevice OpenVideoOutput(const std::string& path, PictureSize size, Ratio rate,
+                                  VideoMatrix matrix, std::string* error);
 
 }  // namespace lumivane

@@ -1,4 +1,4 @@
-#include "hosts/lumivane/VideoDevice.h"
+#include "hosts/lumivane/VideoOutputDevice.h"
 
 #include <fcntl.h>
 #include <linux/videodev2.h>
@@ -40,7 +40,7 @@ std::string OpenProblem(int reason) {
 
 /// Empty, or why it does not do.
 std::string SetFormat(int descriptor, PictureSize size, Ratio rate, VideoMatrix matrix,
-                      VideoDevice* device) {
+                      VideoOutputDevice* device) {
   v4l2_capability capability{};
   if (Control(descriptor, VIDIOC_QUERYCAP, &capability) < 0) {
     return std::string("it is no video device") + kLoopbackHint;
@@ -90,9 +90,9 @@ std::string SetFormat(int descriptor, PictureSize size, Ratio rate, VideoMatrix 
 
 }  // namespace
 
-VideoDevice OpenVideoDevice(const std::string& path, PictureSize size, Ratio rate,
-                            VideoMatrix matrix, std::string* error) {
-  VideoDevice device;
+VideoOutputDevice OpenVideoOutput(const std::string& path, PictureSize size, Ratio rate,
+                                  VideoMatrix matrix, std::string* error) {
+  VideoOutputDevice device;
   device.descriptor = open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
   std::string problem = device.descriptor < 0
                             ? OpenProblem(errno)
