@@ -73,7 +73,7 @@ HWY_INLINE V32 LoadPixels(const std::uint8_t* row, std::size_t pixel) {
 }
 
 /// How many vectors of neighbouring pixels hold all that any block of columns takes, its right taps
-/// `right` pixels further: 1 or 2; 0 when they are more, or the row is shorter than that.
+/// `right` pixels further: 1, 2 or 4; 0 when they are more, or the row is shorter than that.
 inline int VectorsSpanned(const std::int32_t* left, int columns, int right, int sourceWidth) {
 #if XFRAME_PICKS
   const int lanes = static_cast<int>(hn::Lanes(D32()));
@@ -81,8 +81,8 @@ inline int VectorsSpanned(const std::int32_t* left, int columns, int right, int 
   for (int x = 0; x < columns; x += lanes) {
     span = std::max(span, left[x + lanes - 1] - left[x] + right + 1);
   }
-  const int vectors = (span + lanes - 1) / lanes;
-  return vectors <= 2 && vectors * lanes <= sourceWidth ? vectors : 0;
+  const int vectors = span <= lanes ? 1 : span <= 2 * lanes ? 2 : 4;
+  return span <= 4 * lanes && vectors * lanes <= sourceWidth ? vectors : 0;
 #else
   (void)left, (void)columns, (void)right, (void)sourceWidth;
   return 0;
@@ -92,67 +92,112 @@ inline int VectorsSpanned(const std::int32_t* left, int columns, int right, int 
 #if XFRAME_PICKS
 /// The pixels around a block's taps, from `vectors` loads.
 template <int vectors>
-struct Neighbours {
-  V32 lo;
-  V32 hi;
-  std::int32_t base;
+class Neighbours {
+ public:
+  HWY_INLINE Neighbours(const std::uint8_t* row, std::int32_t base) {
+    const std::size_t lanes = hn::Lanes(D32());
+    const auto first = static_cast<std::size_t>(base);
+    v0_ = LoadPixels(row, first);
+    if (vectors > 1) v1_ = LoadPixels(row, first + lanes);
+    if (vectors > 2) v2_ = LoadPixels(row, first + 2 * lanes);
+    if (vectors > 2) v3_ = LoadPixels(row, first + 3 * lanes);
+  }
 
-  HWY_INLINE Neighbours(const std::uint8_t* row, std::int32_t first, int sourceWidth) {
-    const int lanes = static_cast<int>(hn::Lanes(D32()));
-    // Near the row's end from further left, so as to stay inside.
-    base = std::min(first, sourceWidth - vectors * lanes);
-    lo = LoadPixels(row, static_cast<std::size_t>(base));
-    hi = vectors == 2 ? LoadPixels(row, static_cast<std::size_t>(base + lanes)) : lo;
+  /// Near the row's end from further left, so as to stay inside.
+  static HWY_INLINE std::int32_t Base(std::int32_t left, int sourceWidth) {
+    return std::min(left, sourceWidth - vectors * static_cast<int>(hn::Lanes(D32())));
   }
+
   HWY_INLINE V32 operator[](V32 index) const {
-    return vectors == 2 ? Pick(lo, hi, index) : Pick(lo, index);
+    if (vectors == 1) return Pick(v0_, index);
+    const V32 lower = Pick(v0_, v1_, index);
+    if (vectors == 2) return lower;
+    const DI d;
+    const auto inUpper =
+        hn::Gt(hn::BitCast(d, index), hn::Set(d, 2 * static_cast<std::int32_t>(hn::Lanes(d)) - 1));
+    return hn::IfThenElse(hn::RebindMask(D32(), inUpper), Pick(v2_, v3_, index), lower);
   }
+
+ private:
+  V32 v0_;
+  V32 v1_;
+  V32 v2_;
+  V32 v3_;
+};
+
+/// Where the taps of a run's blocks are among their neighbours.
+template <int vectors>
+struct PickedColumns {
+  explicit PickedColumns(const BilinearRun& run) {
+    const int lanes = static_cast<int>(hn::Lanes(D32()));
+    for (int x = 0; x < run.columns; x += lanes) {
+      const std::int32_t first = Neighbours<vectors>::Base(run.left[x], run.sourceWidth);
+      base[x / lanes] = first;
+      for (int i = x; i < x + lanes; ++i) {
+        left[i] = run.left[i] - first;
+        right[i] = std::min(run.left[i] + 1, run.sourceWidth - 1) - first;
+      }
+    }
+  }
+
+  std::int32_t base[kMostColumns / 4];
+  alignas(64) std::int32_t left[kMostColumns];
+  alignas(64) std::int32_t right[kMostColumns];
 };
 
 /// Left and right taps of each block of a row.
 template <int vectors>
 class PickTaps {
  public:
-  HWY_INLINE PickTaps(const BilinearRun& run, const std::uint8_t* row)
-      : left_(run.left), row_(row), width_(run.sourceWidth) {}
+  using Columns = PickedColumns<vectors>;
+
+  HWY_INLINE PickTaps(const BilinearRun& /*run*/, const Columns& columns, const std::uint8_t* row)
+      : columns_(columns), row_(row) {}
 
   HWY_INLINE void operator()(int x, V32& a, V32& b) const {
     const DI d;
-    const Neighbours<vectors> pixels(row_, left_[x], width_);
-    const auto index = hn::Sub(hn::LoadU(d, left_ + x), hn::Set(d, pixels.base));
-    const auto last = hn::Set(d, width_ - 1 - pixels.base);
-    const auto right = hn::Min(hn::Add(index, hn::Set(d, 1)), last);
-    a = pixels[hn::BitCast(D32(), index)];
-    b = pixels[hn::BitCast(D32(), right)];
+    const int block = x / static_cast<int>(hn::Lanes(d));
+    const Neighbours<vectors> pixels(row_, columns_.base[block]);
+    a = pixels[hn::BitCast(D32(), hn::Load(d, columns_.left + x))];
+    b = pixels[hn::BitCast(D32(), hn::Load(d, columns_.right + x))];
   }
 
  private:
-  const std::int32_t* left_;
+  const Columns& columns_;
   const std::uint8_t* row_;
-  std::int32_t width_;
 };
 #endif
 
 /// The same from any distance: all pairs of the row first, one by one.
 class GatherTaps {
  public:
-  GatherTaps(const BilinearRun& run, const std::uint8_t* row) {
-    const int last = run.sourceWidth - 1;
-    const int columns = hwy::RoundUpTo(run.columns, kColumnPadding);
-    int x = 0;
-    for (; x < columns && run.left[x] < last; ++x) {
-      std::memcpy(pairs_ + 2 * x, row + 4 * static_cast<std::size_t>(run.left[x]), 8);
+  struct Columns {
+    explicit Columns(const BilinearRun& run) : count(hwy::RoundUpTo(run.columns, kColumnPadding)) {
+      const std::int32_t* const end = run.left + count;
+      paired = static_cast<int>(std::lower_bound(run.left, end, run.sourceWidth - 1) - run.left);
     }
-    for (; x < columns; ++x) {
-      std::memcpy(pairs_ + 2 * x, row + 4 * static_cast<std::size_t>(run.left[x]), 4);
+    int count;
+    int paired;  ///< columns before the first one on the last pixel, which has no right neighbour
+  };
+
+  GatherTaps(const BilinearRun& run, const Columns& columns, const std::uint8_t* row) {
+    const std::int32_t* const left = run.left;
+    const int paired = columns.paired;
+    const int count = columns.count;
+    int x = 0;
+    for (; x < paired; ++x) {
+      std::memcpy(pairs_ + 2 * x, row + 4 * static_cast<std::size_t>(left[x]), 8);
+    }
+    for (; x < count; ++x) {
+      std::memcpy(pairs_ + 2 * x, row + 4 * static_cast<std::size_t>(left[x]), 4);
       pairs_[2 * x + 1] = pairs_[2 * x];
     }
   }
 
   HWY_INLINE void operator()(int x, V32& a, V32& b) const {
     const D32 d;
-    const auto lo = hn::LoadU(d, pairs_ + 2 * x);
-    const auto hi = hn::LoadU(d, pairs_ + 2 * x + hn::Lanes(d));
+    const auto lo = hn::Load(d, pairs_ + 2 * x);
+    const auto hi = hn::Load(d, pairs_ + 2 * x + hn::Lanes(d));
     a = hn::ConcatEven(d, hi, lo);
     b = hn::ConcatOdd(d, hi, lo);
   }
@@ -184,13 +229,21 @@ HWY_INLINE V32 Truncate(VF value) {
 #endif
 }
 
-/// The pixels whose scaled bytes these are.
-HWY_INLINE V32 Join(VF b0, VF b1, VF b2, VF b3) {
+/// The scaled sums of a block.
+struct Sums {
+  VF b0;
+  VF b1;
+  VF b2;
+  VF b3;
+};
+
+/// The pixels that they truncate to.
+HWY_INLINE V32 Join(const Sums& sums) {
   const D32 d;
-  const V32 b01 =
-      hn::OrAnd(hn::And(Truncate(b0), hn::Set(d, 0xFFu)), Truncate(b1), hn::Set(d, 0xFF00u));
-  const V32 b012 = hn::OrAnd(b01, Truncate(b2), hn::Set(d, 0xFF0000u));
-  return hn::Or(b012, hn::ShiftLeft<24>(Truncate(b3)));
+  const V32 b0 = hn::And(Truncate(sums.b0), hn::Set(d, 0xFFu));
+  const V32 b01 = hn::OrAnd(b0, Truncate(sums.b1), hn::Set(d, 0xFF00u));
+  const V32 b012 = hn::OrAnd(b01, Truncate(sums.b2), hn::Set(d, 0xFF0000u));
+  return hn::Or(b012, hn::ShiftLeft<24>(Truncate(sums.b3)));
 }
 
 /// A vector of pixels, or as many as the run still has.
@@ -208,108 +261,183 @@ HWY_INLINE void StorePixels(V32 pixels, std::uint8_t* dst, int x, int columns) {
   }
 }
 
-/// The horizontal sums of a source row.
-template <class Taps>
-HWY_NOINLINE void SumRow(const BilinearRun& run, const std::uint8_t* row, float* sums) {
-  const DF d;
-  const int lanes = static_cast<int>(hn::Lanes(d));
-  const Taps taps(run, row);
-  for (int x = 0; x < run.columns; x += lanes) {
+/// A row's sums as they were kept.
+class KeptSums {
+ public:
+  explicit KeptSums(const float* sums) : sums_(sums) {}
+  HWY_INLINE Sums operator()(int x) const {
+    const DF d;
+    const int lanes = static_cast<int>(hn::Lanes(d));
+    const float* const at = sums_ + 4 * x;
+    return {hn::Load(d, at), hn::Load(d, at + lanes), hn::Load(d, at + 2 * lanes),
+            hn::Load(d, at + 3 * lanes)};
+  }
+
+ private:
+  const float* sums_;
+};
+
+/// A row's sums from its pixels; kept for other rows if `keeps`.
+template <class Taps, bool keeps>
+class NewSums {
+ public:
+  HWY_INLINE NewSums(const BilinearRun& run, const typename Taps::Columns& columns, int row,
+                     float* kept)
+      : taps_(run, columns, run.src[row]), weight_(run.weight), kept_(kept) {}
+
+  HWY_INLINE Sums operator()(int x) const {
+    const DF d;
     V32 a;
     V32 b;
-    taps(x, a, b);
-    const VF w = hn::LoadU(d, run.weight + x);
+    taps_(x, a, b);
+    const VF w = hn::LoadU(d, weight_ + x);
     const VF u = hn::Sub(hn::Set(d, 1.0f), w);
     const auto sum = [&](VF left, VF right)
                          HWY_ATTR { return hn::Add(hn::Mul(left, u), hn::Mul(right, w)); };
-    float* const out = sums + 4 * x;
-    hn::Store(sum(ByteOf<0>(a), ByteOf<0>(b)), d, out);
-    hn::Store(sum(ByteOf<1>(a), ByteOf<1>(b)), d, out + lanes);
-    hn::Store(sum(ByteOf<2>(a), ByteOf<2>(b)), d, out + 2 * lanes);
-    hn::Store(sum(ByteOf<3>(a), ByteOf<3>(b)), d, out + 3 * lanes);
+    const Sums sums = {sum(ByteOf<0>(a), ByteOf<0>(b)), sum(ByteOf<1>(a), ByteOf<1>(b)),
+                       sum(ByteOf<2>(a), ByteOf<2>(b)), sum(ByteOf<3>(a), ByteOf<3>(b))};
+    if (keeps) {
+      const int lanes = static_cast<int>(hn::Lanes(d));
+      float* const out = kept_ + 4 * x;
+      hn::Store(sums.b0, d, out);
+      hn::Store(sums.b1, d, out + lanes);
+      hn::Store(sums.b2, d, out + 2 * lanes);
+      hn::Store(sums.b3, d, out + 3 * lanes);
+    }
+    return sums;
   }
-}
 
-/// A destination row from two rows of sums.
-HWY_NOINLINE void BlendRow(const BilinearRun& run, const float* upper, const float* lower,
-                           float lowerWeight, std::uint8_t* dst) {
+ private:
+  const Taps taps_;
+  const float* weight_;
+  float* kept_;
+};
+
+/// A destination row from the sums of two.
+template <class Upper, class Lower>
+HWY_INLINE void BlendRow(int columns, const Upper& upper, const Lower& lower, float lowerWeight,
+                         std::uint8_t* dst) {
   const DF d;
   const int lanes = static_cast<int>(hn::Lanes(d));
   const VF up = hn::Set(d, 1.0f - lowerWeight);
   const VF down = hn::Set(d, lowerWeight);
-  for (int x = 0; x < run.columns; x += lanes) {
-    const auto at = [&](int i) HWY_ATTR {
-      const int offset = 4 * x + i * lanes;
-      return hn::Add(hn::Mul(hn::Load(d, upper + offset), up),
-                     hn::Mul(hn::Load(d, lower + offset), down));
-    };
-    StorePixels(Join(at(0), at(1), at(2), at(3)), dst, x, run.columns);
+  const auto blend = [&](VF top, VF bottom)
+                         HWY_ATTR { return hn::Add(hn::Mul(top, up), hn::Mul(bottom, down)); };
+  for (int x = 0; x < columns; x += lanes) {
+    const Sums t = upper(x);
+    const Sums b = lower(x);
+    StorePixels(Join({blend(t.b0, b.b0), blend(t.b1, b.b1), blend(t.b2, b.b2), blend(t.b3, b.b3)}),
+                dst, x, columns);
   }
 }
 
 /// The same where the lower row has no weight: s * 1 + t * 0 = s.
-HWY_NOINLINE void TruncateRow(const BilinearRun& run, const float* sums, std::uint8_t* dst) {
-  const DF d;
-  const int lanes = static_cast<int>(hn::Lanes(d));
-  for (int x = 0; x < run.columns; x += lanes) {
-    const auto at = [&](int i) HWY_ATTR { return hn::Load(d, sums + 4 * x + i * lanes); };
-    StorePixels(Join(at(0), at(1), at(2), at(3)), dst, x, run.columns);
-  }
+template <class Upper>
+HWY_INLINE void TruncateRow(int columns, const Upper& upper, std::uint8_t* dst) {
+  const int lanes = static_cast<int>(hn::Lanes(DF()));
+  for (int x = 0; x < columns; x += lanes) StorePixels(Join(upper(x)), dst, x, columns);
 }
 
-/// The sums of the last two source rows.
+/// The rows of a run, by the sums of the last two source rows.
 template <class Taps>
-class SumsOfRows {
+class BilinearRows {
  public:
-  explicit SumsOfRows(const BilinearRun& run) : run_(run) {
+  explicit BilinearRows(const BilinearRun& run) : run_(run), columns_(run) {
     slots_[0] = run.cache;
     slots_[1] = run.cache + 4 * hwy::RoundUpTo(run.columns, kColumnPadding);
   }
 
-  /// Does not throw `kept`'s sums away.
-  const float* Of(int row, int kept) {
-    for (int slot = 0; slot < 2; ++slot) {
-      if (rows_[slot] == row) return slots_[slot];
+  void Make() {
+    float fy = run_.fy;
+    for (int y = 0; y < run_.rows; ++y) {
+      const int upper = RowAt(fy);
+      const int lower = std::min(upper + 1, run_.sourceHeight - 1);
+      const float weight = fy - static_cast<float>(upper);
+      fy += run_.ystep;
+      const int nextUpper = y + 1 < run_.rows ? RowAt(fy) : run_.sourceHeight;
+      if (weight == 0) {
+        MakeFromOne(upper, nextUpper == upper, run_.dst[y]);
+      } else {
+        MakeFromTwo(upper, lower, weight, nextUpper, run_.dst[y]);
+      }
     }
-    const int slot = rows_[0] == kept ? 1 : 0;
-    rows_[slot] = row;
-    SumRow<Taps>(run_, run_.src[row], slots_[slot]);
-    return slots_[slot];
   }
 
  private:
+  using Keeping = NewSums<Taps, true>;
+  using Passing = NewSums<Taps, false>;
+
+  int RowAt(float fy) const { return std::min(run_.sourceHeight - 1, static_cast<int>(fy)); }
+
+  void MakeFromOne(int row, bool again, std::uint8_t* dst) {
+    if (again) Keep(row, row);
+    const float* const kept = Kept(row);
+    if (kept != nullptr) {
+      TruncateRow(run_.columns, KeptSums(kept), dst);
+    } else {
+      TruncateRow(run_.columns, Passing(run_, columns_, row, nullptr), dst);
+    }
+  }
+
+  /// `nextUpper` is the row that the next destination row begins with.
+  void MakeFromTwo(int upper, int lower, float weight, int nextUpper, std::uint8_t* dst) {
+    const int count = run_.columns;
+    if (nextUpper == upper || upper == lower) Keep(upper, lower);
+    const float* const keptUpper = Kept(upper);
+    const float* const keptLower = Kept(lower);
+    if (keptUpper != nullptr && keptLower != nullptr) {
+      BlendRow(count, KeptSums(keptUpper), KeptSums(keptLower), weight, dst);
+    } else if (keptUpper != nullptr) {
+      const Keeping sums(run_, columns_, lower, SlotFor(lower, upper));
+      BlendRow(count, KeptSums(keptUpper), sums, weight, dst);
+    } else if (keptLower != nullptr) {
+      const Passing sums(run_, columns_, upper, nullptr);
+      BlendRow(count, sums, KeptSums(keptLower), weight, dst);
+    } else if (nextUpper == lower) {
+      const Passing top(run_, columns_, upper, nullptr);
+      const Keeping bottom(run_, columns_, lower, SlotFor(lower, lower));
+      BlendRow(count, top, bottom, weight, dst);
+    } else {
+      const Passing top(run_, columns_, upper, nullptr);
+      const Passing bottom(run_, columns_, lower, nullptr);
+      BlendRow(count, top, bottom, weight, dst);
+    }
+  }
+
+  const float* Kept(int row) const {
+    return rows_[0] == row ? slots_[0] : rows_[1] == row ? slots_[1] : nullptr;
+  }
+  /// Where to keep the sums of `row`; not where those of `other` are.
+  float* SlotFor(int row, int other) {
+    const int slot = rows_[0] == other ? 1 : 0;
+    rows_[slot] = row;
+    return slots_[slot];
+  }
+  void Keep(int row, int other) {
+    if (Kept(row) != nullptr) return;
+    const Keeping sums(run_, columns_, row, SlotFor(row, other));
+    const int lanes = static_cast<int>(hn::Lanes(DF()));
+    for (int x = 0; x < run_.columns; x += lanes) sums(x);
+  }
+
   const BilinearRun& run_;
+  const typename Taps::Columns columns_;
   float* slots_[2];
   int rows_[2] = {-1, -1};
 };
-
-template <class Taps>
-void BilinearBy(const BilinearRun& run) {
-  SumsOfRows<Taps> sums(run);
-  float fy = run.fy;
-  for (int y = 0; y < run.rows; ++y, fy += run.ystep) {
-    const int y0 = std::min(run.sourceHeight - 1, static_cast<int>(fy));
-    const int y1 = y0 + 1 < run.sourceHeight ? y0 + 1 : y0;
-    const float weight = fy - static_cast<float>(y0);
-    const float* const upper = sums.Of(y0, y1);
-    if (weight == 0) {
-      TruncateRow(run, upper, run.dst[y]);
-    } else {
-      BlendRow(run, upper, sums.Of(y1, y0), weight, run.dst[y]);
-    }
-  }
-}
 
 void Bilinear(const BilinearRun& run) {
   switch (VectorsSpanned(run.left, run.columns, 1, run.sourceWidth)) {
 #if XFRAME_PICKS
     case 1:
-      return BilinearBy<PickTaps<1>>(run);
+      return BilinearRows<PickTaps<1>>(run).Make();
     case 2:
-      return BilinearBy<PickTaps<2>>(run);
+      return BilinearRows<PickTaps<2>>(run).Make();
+    case 4:
+      return BilinearRows<PickTaps<4>>(run).Make();
 #endif
     default:
-      return BilinearBy<GatherTaps>(run);
+      return BilinearRows<GatherTaps>(run).Make();
   }
 }
 
@@ -320,27 +448,56 @@ template <int vectors>
 void PickRow(const NearestRun& run, const std::uint8_t* from, std::uint8_t* to) {
   const DI d;
   const int lanes = static_cast<int>(hn::Lanes(d));
-  for (int x = 0; x < run.columns; x += lanes) {
-    const Neighbours<vectors> pixels(from, run.column[x], run.sourceWidth);
-    const auto index = hn::Sub(hn::LoadU(d, run.column + x), hn::Set(d, pixels.base));
-    StorePixels(pixels[hn::BitCast(D32(), index)], to, x, run.columns);
+  const std::int32_t* const column = run.column;
+  const int columns = run.columns;
+  const int width = run.sourceWidth;
+  for (int x = 0; x < columns; x += lanes) {
+    const std::int32_t base = Neighbours<vectors>::Base(column[x], width);
+    const Neighbours<vectors> pixels(from, base);
+    const auto index = hn::Sub(hn::LoadU(d, column + x), hn::Set(d, base));
+    StorePixels(pixels[hn::BitCast(D32(), index)], to, x, columns);
   }
 }
 #endif
 
-void CopyRow(const NearestRun& run, const std::uint8_t* from, std::uint8_t* to) {
-  const auto copy = [&](int x) {
-    std::memcpy(to + 4 * static_cast<std::size_t>(x),
-                from + 4 * static_cast<std::size_t>(run.column[x]), 4);
+/// Pixels one by one, two to a store.
+void CopyPixels(const NearestRun& run, const std::uint8_t* from, std::uint8_t* to) {
+  const std::int32_t* const column = run.column;
+  const int columns = run.columns;
+  const auto pixel = [&](int x) {
+    std::uint32_t word;
+    std::memcpy(&word, from + 4 * static_cast<std::size_t>(column[x]), 4);
+    return std::uint64_t{word};
+  };
+  const auto copyTwo = [&](int x) {
+    const std::uint64_t two = pixel(x) | pixel(x + 1) << 32;
+    std::memcpy(to + 4 * static_cast<std::size_t>(x), &two, 8);
   };
   int x = 0;
-  for (; x + 4 <= run.columns; x += 4) {
-    copy(x);
-    copy(x + 1);
-    copy(x + 2);
-    copy(x + 3);
+  for (; x + 8 <= columns; x += 8) {
+    copyTwo(x);
+    copyTwo(x + 2);
+    copyTwo(x + 4);
+    copyTwo(x + 6);
   }
-  for (; x < run.columns; ++x) copy(x);
+  for (; x < columns; ++x) {
+    std::memcpy(to + 4 * static_cast<std::size_t>(x),
+                from + 4 * static_cast<std::size_t>(column[x]), 4);
+  }
+}
+
+/// A row that has just been made, once more. (The library's copy starts too slowly for one row.)
+void RepeatRow(const std::uint8_t* from, std::uint8_t* to, std::size_t bytes) {
+  const hn::ScalableTag<std::uint8_t> d;
+  const std::size_t lanes = hn::Lanes(d);
+  std::size_t i = 0;
+  for (; i + 2 * lanes <= bytes; i += 2 * lanes) {
+    const auto first = hn::LoadU(d, from + i);
+    const auto second = hn::LoadU(d, from + i + lanes);
+    hn::StoreU(first, d, to + i);
+    hn::StoreU(second, d, to + i + lanes);
+  }
+  std::memcpy(to + i, from + i, bytes - i);
 }
 
 void Nearest(const NearestRun& run) {
@@ -352,21 +509,26 @@ void Nearest(const NearestRun& run) {
     std::uint8_t* const to = run.dst[y];
     if (y0 == made) {
       // Made for the row above already.
-      std::memcpy(to, run.dst[y - 1], 4 * static_cast<std::size_t>(run.columns));
+      RepeatRow(run.dst[y - 1], to, 4 * static_cast<std::size_t>(run.columns));
       continue;
     }
     made = y0;
+    const std::uint8_t* const from = run.src[y0];
+    switch (vectors) {
 #if XFRAME_PICKS
-    if (vectors == 1) {
-      PickRow<1>(run, run.src[y0], to);
-      continue;
-    }
-    if (vectors == 2) {
-      PickRow<2>(run, run.src[y0], to);
-      continue;
-    }
+      case 1:
+        PickRow<1>(run, from, to);
+        break;
+      case 2:
+        PickRow<2>(run, from, to);
+        break;
+      case 4:
+        PickRow<4>(run, from, to);
+        break;
 #endif
-    CopyRow(run, run.src[y0], to);
+      default:
+        CopyPixels(run, from, to);
+    }
   }
 }
 

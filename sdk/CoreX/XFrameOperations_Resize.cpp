@@ -18,7 +18,7 @@ using XFrameRows::Row;
 namespace {
 
 constexpr int kPixelBytes = 4;
-constexpr int kMostNearestColumns = 2048;
+constexpr int kMostNearestColumns = 4096;
 /// Positions that accumulate can run past the end. So far they may for the vector forms, which take
 /// the weights' rounding errors to stay below 1.
 constexpr float kLargestWeight = 2048;
