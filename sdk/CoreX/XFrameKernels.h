@@ -44,6 +44,7 @@ struct BilinearRun {
   float fy;      ///< position of the first row in the source
   float ystep;   ///< added after each row; positions stay below sourceHeight + 2048
   float* cache;  ///< 8 floats a column, aligned to 64 bytes; for the kernel's own use
+  bool streams;  ///< past the cache; dst and its stride are multiples of 64
 };
 
 /// A run of columns of a resize by nearest pixels.
@@ -57,6 +58,7 @@ struct NearestRun {
   int sourceHeight;
   double fy;
   double ystep;
+  bool streams;
 };
 
 struct RowKernels {

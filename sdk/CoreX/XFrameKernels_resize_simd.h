@@ -13,6 +13,7 @@
 #define XFRAME_KERNELS_RESIZE_SIMD_H
 #endif
 
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
 #include <algorithm>
@@ -151,13 +152,17 @@ class PickTaps {
  public:
   using Columns = PickedColumns<vectors>;
 
-  HWY_INLINE PickTaps(const BilinearRun& /*run*/, const Columns& columns, const std::uint8_t* row)
-      : columns_(columns), row_(row) {}
+  HWY_INLINE PickTaps(const BilinearRun& /*run*/, const Columns& columns, const std::uint8_t* row,
+                      const std::uint8_t* ahead)
+      : columns_(columns), row_(row), ahead_(ahead) {}
 
   HWY_INLINE void operator()(int x, V32& a, V32& b) const {
     const DI d;
     const int block = x / static_cast<int>(hn::Lanes(d));
     const Neighbours<vectors> pixels(row_, columns_.base[block]);
+    for (int i = 0; i < vectors; ++i) {
+      hwy::Prefetch(ahead_ + 4 * (columns_.base[block] + i * static_cast<int>(hn::Lanes(d))));
+    }
     a = pixels[hn::BitCast(D32(), hn::Load(d, columns_.left + x))];
     b = pixels[hn::BitCast(D32(), hn::Load(d, columns_.right + x))];
   }
@@ -165,6 +170,7 @@ class PickTaps {
  private:
   const Columns& columns_;
   const std::uint8_t* row_;
+  const std::uint8_t* ahead_;
 };
 #endif
 
@@ -180,7 +186,8 @@ class GatherTaps {
     int paired;  ///< columns before the first one on the last pixel, which has no right neighbour
   };
 
-  GatherTaps(const BilinearRun& run, const Columns& columns, const std::uint8_t* row) {
+  GatherTaps(const BilinearRun& run, const Columns& columns, const std::uint8_t* row,
+             const std::uint8_t* /*ahead*/) {
     const std::int32_t* const left = run.left;
     const int paired = columns.paired;
     const int count = columns.count;
@@ -247,17 +254,21 @@ HWY_INLINE V32 Join(const Sums& sums) {
 }
 
 /// A vector of pixels, or as many as the run still has.
-HWY_INLINE void StorePixels(V32 pixels, std::uint8_t* dst, int x, int columns) {
+HWY_INLINE void StorePixels(V32 pixels, std::uint8_t* dst, int x, int columns, bool streams) {
   const D32 d;
   const hn::Repartition<std::uint8_t, D32> d8;
   const int lanes = static_cast<int>(hn::Lanes(d));
+  std::uint8_t* const to = dst + 4 * static_cast<std::size_t>(x);
   if (HWY_LIKELY(x + lanes <= columns)) {
-    hn::StoreU(hn::BitCast(d8, pixels), d8, dst + 4 * static_cast<std::size_t>(x));
+    if (streams) {
+      hn::Stream(hn::BitCast(d8, pixels), d8, to);
+    } else {
+      hn::StoreU(hn::BitCast(d8, pixels), d8, to);
+    }
   } else {
     alignas(64) std::uint32_t rest[kColumnPadding];
     hn::Store(pixels, d, rest);
-    std::memcpy(dst + 4 * static_cast<std::size_t>(x), rest,
-                4 * static_cast<std::size_t>(columns - x));
+    std::memcpy(to, rest, 4 * static_cast<std::size_t>(columns - x));
   }
 }
 
@@ -282,8 +293,10 @@ template <class Taps, bool keeps>
 class NewSums {
  public:
   HWY_INLINE NewSums(const BilinearRun& run, const typename Taps::Columns& columns, int row,
-                     float* kept)
-      : taps_(run, columns, run.src[row]), weight_(run.weight), kept_(kept) {}
+                     int ahead, float* kept)
+      : taps_(run, columns, run.src[row], run.src[std::min(ahead, run.sourceHeight - 1)]),
+        weight_(run.weight),
+        kept_(kept) {}
 
   HWY_INLINE Sums operator()(int x) const {
     const DF d;
@@ -315,8 +328,10 @@ class NewSums {
 
 /// A destination row from the sums of two.
 template <class Upper, class Lower>
-HWY_INLINE void BlendRow(int columns, const Upper& upper, const Lower& lower, float lowerWeight,
-                         std::uint8_t* dst) {
+HWY_INLINE void BlendRow(const BilinearRun& run, const Upper& upper, const Lower& lower,
+                         float lowerWeight, std::uint8_t* dst) {
+  const int columns = run.columns;
+  const bool streams = run.streams;
   const DF d;
   const int lanes = static_cast<int>(hn::Lanes(d));
   const VF up = hn::Set(d, 1.0f - lowerWeight);
@@ -327,15 +342,17 @@ HWY_INLINE void BlendRow(int columns, const Upper& upper, const Lower& lower, fl
     const Sums t = upper(x);
     const Sums b = lower(x);
     StorePixels(Join({blend(t.b0, b.b0), blend(t.b1, b.b1), blend(t.b2, b.b2), blend(t.b3, b.b3)}),
-                dst, x, columns);
+                dst, x, columns, streams);
   }
 }
 
 /// The same where the lower row has no weight: s * 1 + t * 0 = s.
 template <class Upper>
-HWY_INLINE void TruncateRow(int columns, const Upper& upper, std::uint8_t* dst) {
+HWY_INLINE void TruncateRow(const BilinearRun& run, const Upper& upper, std::uint8_t* dst) {
+  const int columns = run.columns;
+  const bool streams = run.streams;
   const int lanes = static_cast<int>(hn::Lanes(DF()));
-  for (int x = 0; x < columns; x += lanes) StorePixels(Join(upper(x)), dst, x, columns);
+  for (int x = 0; x < columns; x += lanes) StorePixels(Join(upper(x)), dst, x, columns, streams);
 }
 
 /// The rows of a run, by the sums of the last two source rows.
@@ -356,7 +373,7 @@ class BilinearRows {
       fy += run_.ystep;
       const int nextUpper = y + 1 < run_.rows ? RowAt(fy) : run_.sourceHeight;
       if (weight == 0) {
-        MakeFromOne(upper, nextUpper == upper, run_.dst[y]);
+        MakeFromOne(upper, nextUpper == upper, nextUpper, run_.dst[y]);
       } else {
         MakeFromTwo(upper, lower, weight, nextUpper, run_.dst[y]);
       }
@@ -369,38 +386,37 @@ class BilinearRows {
 
   int RowAt(float fy) const { return std::min(run_.sourceHeight - 1, static_cast<int>(fy)); }
 
-  void MakeFromOne(int row, bool again, std::uint8_t* dst) {
-    if (again) Keep(row, row);
+  void MakeFromOne(int row, bool again, int nextUpper, std::uint8_t* dst) {
+    if (again) Keep(row, row, nextUpper);
     const float* const kept = Kept(row);
     if (kept != nullptr) {
-      TruncateRow(run_.columns, KeptSums(kept), dst);
+      TruncateRow(run_, KeptSums(kept), dst);
     } else {
-      TruncateRow(run_.columns, Passing(run_, columns_, row, nullptr), dst);
+      TruncateRow(run_, Passing(run_, columns_, row, nextUpper, nullptr), dst);
     }
   }
 
   /// `nextUpper` is the row that the next destination row begins with.
   void MakeFromTwo(int upper, int lower, float weight, int nextUpper, std::uint8_t* dst) {
-    const int count = run_.columns;
-    if (nextUpper == upper || upper == lower) Keep(upper, lower);
+    if (nextUpper == upper || upper == lower) Keep(upper, lower, nextUpper + 1);
     const float* const keptUpper = Kept(upper);
     const float* const keptLower = Kept(lower);
     if (keptUpper != nullptr && keptLower != nullptr) {
-      BlendRow(count, KeptSums(keptUpper), KeptSums(keptLower), weight, dst);
+      BlendRow(run_, KeptSums(keptUpper), KeptSums(keptLower), weight, dst);
     } else if (keptUpper != nullptr) {
-      const Keeping sums(run_, columns_, lower, SlotFor(lower, upper));
-      BlendRow(count, KeptSums(keptUpper), sums, weight, dst);
+      const Keeping sums(run_, columns_, lower, lower + 1, SlotFor(lower, upper));
+      BlendRow(run_, KeptSums(keptUpper), sums, weight, dst);
     } else if (keptLower != nullptr) {
-      const Passing sums(run_, columns_, upper, nullptr);
-      BlendRow(count, sums, KeptSums(keptLower), weight, dst);
+      const Passing sums(run_, columns_, upper, nextUpper, nullptr);
+      BlendRow(run_, sums, KeptSums(keptLower), weight, dst);
     } else if (nextUpper == lower) {
-      const Passing top(run_, columns_, upper, nullptr);
-      const Keeping bottom(run_, columns_, lower, SlotFor(lower, lower));
-      BlendRow(count, top, bottom, weight, dst);
+      const Passing top(run_, columns_, upper, nextUpper, nullptr);
+      const Keeping bottom(run_, columns_, lower, nextUpper + 1, SlotFor(lower, lower));
+      BlendRow(run_, top, bottom, weight, dst);
     } else {
-      const Passing top(run_, columns_, upper, nullptr);
-      const Passing bottom(run_, columns_, lower, nullptr);
-      BlendRow(count, top, bottom, weight, dst);
+      const Passing top(run_, columns_, upper, nextUpper, nullptr);
+      const Passing bottom(run_, columns_, lower, nextUpper + 1, nullptr);
+      BlendRow(run_, top, bottom, weight, dst);
     }
   }
 
@@ -413,9 +429,9 @@ class BilinearRows {
     rows_[slot] = row;
     return slots_[slot];
   }
-  void Keep(int row, int other) {
+  void Keep(int row, int other, int ahead) {
     if (Kept(row) != nullptr) return;
-    const Keeping sums(run_, columns_, row, SlotFor(row, other));
+    const Keeping sums(run_, columns_, row, ahead, SlotFor(row, other));
     const int lanes = static_cast<int>(hn::Lanes(DF()));
     for (int x = 0; x < run_.columns; x += lanes) sums(x);
   }
@@ -426,7 +442,7 @@ class BilinearRows {
   int rows_[2] = {-1, -1};
 };
 
-void Bilinear(const BilinearRun& run) {
+void BilinearByTaps(const BilinearRun& run) {
   switch (VectorsSpanned(run.left, run.columns, 1, run.sourceWidth)) {
 #if XFRAME_PICKS
     case 1:
@@ -439,6 +455,11 @@ void Bilinear(const BilinearRun& run) {
     default:
       return BilinearRows<GatherTaps>(run).Make();
   }
+}
+
+void Bilinear(const BilinearRun& run) {
+  BilinearByTaps(run);
+  if (run.streams) hwy::FlushStream();
 }
 
 // ---- Nearest
@@ -455,7 +476,7 @@ void PickRow(const NearestRun& run, const std::uint8_t* from, std::uint8_t* to) 
     const std::int32_t base = Neighbours<vectors>::Base(column[x], width);
     const Neighbours<vectors> pixels(from, base);
     const auto index = hn::Sub(hn::LoadU(d, column + x), hn::Set(d, base));
-    StorePixels(pixels[hn::BitCast(D32(), index)], to, x, columns);
+    StorePixels(pixels[hn::BitCast(D32(), index)], to, x, columns, run.streams);
   }
 }
 #endif
@@ -507,8 +528,8 @@ void Nearest(const NearestRun& run) {
   for (int y = 0; y < run.rows; ++y, fy += run.ystep) {
     const int y0 = std::min(run.sourceHeight - 1, static_cast<int>(fy));
     std::uint8_t* const to = run.dst[y];
-    if (y0 == made) {
-      // Made for the row above already.
+    // Made for the row above already; what went past the cache is not read again.
+    if (y0 == made && !(run.streams && vectors != 0)) {
       RepeatRow(run.dst[y - 1], to, 4 * static_cast<std::size_t>(run.columns));
       continue;
     }
@@ -530,6 +551,7 @@ void Nearest(const NearestRun& run) {
         CopyPixels(run, from, to);
     }
   }
+  if (run.streams) hwy::FlushStream();
 }
 
 #undef XFRAME_PICKS

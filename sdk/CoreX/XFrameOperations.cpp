@@ -69,8 +69,8 @@ DestRows RowsInto(const XFrameBuffer& buffer, int y) {
 void BlendPairs(const XFrameBuffer& source, XFrameBuffer& dest, std::size_t bytes) {
   if (SharingOf(source, dest, bytes) != Sharing::Other) {
     const RowKernels& kernels = CurrentRowKernels();
-    RowThreads::ForRows(source.Height / 2, 4 * bytes, [&](int first, int last) {
-      kernels.pairs(RowsInto(dest, 2 * first), RowsFrom(source, 2 * first), bytes, last - first);
+    RowThreads::ForRows(source.Height / 2, 4 * bytes, [&](int first, int end) {
+      kernels.pairs(RowsInto(dest, 2 * first), RowsFrom(source, 2 * first), bytes, end - first);
     });
     return;
   }
@@ -94,9 +94,10 @@ void BlendThree(const XFrameBuffer& source, XFrameBuffer& dest, std::size_t byte
   const int last = source.Height - 1;
   if (SharingOf(source, dest, bytes) == Sharing::None) {
     const RowKernels& kernels = CurrentRowKernels();
-    RowThreads::ForRows(source.Height, 2 * bytes, [&](int from, int to) {
-      kernels.threeRows(RowsInto(dest, from), Row(source, std::max(from - 1, 0)),
-                        RowsFrom(source, from), Row(source, std::min(to, last)), bytes, to - from);
+    RowThreads::ForRows(source.Height, 2 * bytes, [&](int first, int end) {
+      kernels.threeRows(RowsInto(dest, first), Row(source, std::max(first - 1, 0)),
+                        RowsFrom(source, first), Row(source, std::min(end, last)), bytes,
+                        end - first);
     });
     return;
   }
@@ -171,15 +172,15 @@ bool XFrame_OneFieldOnly_Scalar(const XFrameBuffer& source, XFrameBuffer& dest, 
   if (pairs > 0 && sharing != Sharing::Other) {
     // All whose two source rows follow each other.
     const RowKernels& kernels = CurrentRowKernels();
-    const auto make = [&](int from, int to) {
-      kernels.field(RowsInto(out, 2 * from),
-                    {Row(source, first + 2 * from), 2 * SInt64{source.RowBytes}}, bytes, to - from);
+    const SInt64 step = 2 * SInt64{source.RowBytes};
+    const auto make = [&](int from, int end) {
+      kernels.field(RowsInto(out, 2 * from), {Row(source, first + 2 * from), step}, bytes,
+                    end - from);
     };
-    // A pair reads a row of the next one, which is written to when the frames are the same.
     if (sharing == Sharing::None) {
-      RowThreads::ForRows(pairs, 4 * bytes, make);
+      RowThreads::ForRows(pairs, 3 * bytes, make);
     } else {
-      make(0, pairs);
+      make(0, pairs);  // A block's first row is the neighbour of the block before.
     }
     y = 2 * pairs;
     cur = first + y;
@@ -221,10 +222,14 @@ bool XFrame_CopyBufferMemory(const XFrameBuffer& source, XFrameBuffer& dest) {
   const std::size_t bytes = RowSize(source);
   if (bytes == 0 || source.Height <= 0) return true;
   if (!HasPixels(source) || !HasPixels(dest)) return false;
-  if (source.RowBytes == static_cast<SInt64>(bytes) && AreApart(source, bytes, dest, bytes)) {
-    RowThreads::ForRows(source.Height, 2 * bytes, [&](int first, int last) {
-      std::memcpy(Row(dest, first), Row(source, first),
-                  bytes * static_cast<std::size_t>(last - first));
+  if (SharingOf(source, dest, bytes) == Sharing::None) {
+    const bool gapless = source.RowBytes == static_cast<SInt64>(bytes);
+    RowThreads::ForRows(source.Height, 2 * bytes, [&](int first, int end) {
+      const int rows = gapless ? 1 : end - first;
+      const std::size_t length = gapless ? bytes * static_cast<std::size_t>(end - first) : bytes;
+      for (int y = first; y < first + rows; ++y) {
+        std::memcpy(Row(dest, y), Row(source, y), length);
+      }
     });
     return true;
   }

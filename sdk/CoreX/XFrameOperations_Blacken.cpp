@@ -76,17 +76,23 @@ template <void (*BlackenRow)(unsigned char*, UInt32)>
 bool XFrame_BlackenWith(XFrameBuffer& buffer) {
   if (!CanBlacken(buffer)) return false;
   const std::size_t bytes = RowSize(buffer);
-  // Rows without a gap are one long row, as far as its length can be said.
-  const std::size_t all = bytes * static_cast<std::size_t>(std::max(buffer.Height, 0));
-  if (buffer.RowBytes == static_cast<SInt64>(bytes) && bytes % 4 == 0 &&
-      all <= std::numeric_limits<UInt32>::max()) {
-    RowThreads::ForRows(buffer.Height, bytes, [&](int first, int last) {
-      BlackenRow(Row(buffer, first),
-                 static_cast<UInt32>(bytes * static_cast<std::size_t>(last - first)));
-    });
-    return true;
+  if (bytes == 0) return true;
+  // Rows without a gap are one long row, of a length that can be said.
+  const std::size_t most = std::numeric_limits<UInt32>::max() / bytes;
+  const bool gapless = buffer.RowBytes == static_cast<SInt64>(bytes) && bytes % 4 == 0;
+  const auto blacken = [&](int first, int end) {
+    for (int y = first; y < end;) {
+      const std::size_t rest = static_cast<std::size_t>(end - y);
+      const std::size_t rows = gapless ? std::min(rest, most) : 1;
+      BlackenRow(Row(buffer, y), static_cast<UInt32>(bytes * rows));
+      y += static_cast<int>(rows);
+    }
+  };
+  if (buffer.Height > 0 && XFrameRows::HasSeparateRows(buffer, bytes)) {
+    RowThreads::ForRows(buffer.Height, bytes, blacken);
+  } else {
+    blacken(0, buffer.Height);
   }
-  for (int y = 0; y < buffer.Height; ++y) BlackenRow(Row(buffer, y), static_cast<UInt32>(bytes));
   return true;
 }
 

@@ -18,6 +18,9 @@ using XFrameRows::Row;
 namespace {
 
 constexpr int kPixelBytes = 4;
+/// A bilinear resize takes so many times as long as a copy, roughly.
+constexpr std::size_t kBilinearCost = 4;
+/// Columns of a resize by nearest pixels whose table is made at once.
 constexpr int kMostNearestColumns = 4096;
 /// Positions that accumulate can run past the end. So far they may for the vector forms, which take
 /// the weights' rounding errors to stay below 1.
@@ -37,6 +40,22 @@ bool InAnyOrder(const XFrameBuffer& source, const XFrameBuffer& dest) {
   return XFrameRows::HasSeparateRows(dest, destBytes) &&
          XFrameRows::AreApart(source, static_cast<std::size_t>(source.Width) * kPixelBytes, dest,
                               destBytes);
+}
+
+/// Results that no cache holds are written past it: that saves reading the memory first.
+bool Streams(const XFrameBuffer& dest) {
+  constexpr std::size_t kLeastBytes = std::size_t{16} << 20;
+  constexpr std::uintptr_t kLine = 64;
+  const std::size_t bytes = static_cast<std::size_t>(dest.Width) * kPixelBytes;
+  const bool aligned = reinterpret_cast<std::uintptr_t>(dest.Pixels) % kLine == 0 &&
+                       static_cast<std::uintptr_t>(SInt64{dest.RowBytes}) % kLine == 0;
+  return aligned && bytes * static_cast<std::size_t>(dest.Height) >= kLeastBytes;
+}
+
+/// What a row of the result reads and writes.
+std::size_t BytesPerRow(const XFrameBuffer& source, const XFrameBuffer& dest) {
+  return (static_cast<std::size_t>(source.Width) + static_cast<std::size_t>(dest.Width)) *
+         kPixelBytes;
 }
 
 unsigned char* Pixel(const XFrameBuffer& buffer, int x, int y) {
@@ -100,16 +119,16 @@ void ResizeInOrder(const XFrameBuffer& source, const XFrameBuffer& dest, float x
   }
 }
 
-/// Rows `first` to the last but one, in runs of columns. Their positions accumulate from the top.
+/// Rows [first, last) of the destination. `straight`: no row's weight is out of the ordinary.
 void ResizeRows(const XFrameBuffer& source, const XFrameBuffer& dest, float xstep, float ystep,
-                int first, int last) {
+                bool straight, int first, int last) {
   BilinearColumns columns;
   alignas(64) float cache[8 * kMostColumns];
   BilinearRun run = RunOf(source, columns, ystep);
-  for (int y = 0; y < first; ++y) run.fy += ystep;
   run.rows = last - first;
+  for (int y = 0; y < first; ++y) run.fy += ystep;
   run.cache = cache;
-  const bool straight = LastWeight(source, dest, ystep) < kLargestWeight;
+  run.streams = Streams(dest);
   float fx = 0;
   for (int column = 0; column < dest.Width; column += kMostColumns) {
     run.columns = std::min(kMostColumns, dest.Width - column);
@@ -133,10 +152,10 @@ bool XFrame_ResizeBilinear(const XFrameBuffer& source, XFrameBuffer& dest) {
     ResizeInOrder(source, dest, xstep, ystep);
     return true;
   }
-  // A pixel takes some four times as long as copying it.
+  const bool straight = LastWeight(source, dest, ystep) < kLargestWeight;
   RowThreads::ForRows(
-      dest.Height, 4 * 2 * kPixelBytes * static_cast<std::size_t>(dest.Width),
-      [&](int first, int last) { ResizeRows(source, dest, xstep, ystep, first, last); });
+      dest.Height, kBilinearCost * BytesPerRow(source, dest),
+      [&](int first, int last) { ResizeRows(source, dest, xstep, ystep, straight, first, last); });
   return true;
 }
 
@@ -174,7 +193,6 @@ void NearestInOrder(const XFrameBuffer& source, const XFrameBuffer& dest, double
   }
 }
 
-/// Rows `first` to the last but one, in runs of columns. Their positions accumulate from the top.
 void NearestRows(const XFrameBuffer& source, const XFrameBuffer& dest, double xstep, double ystep,
                  int first, int last) {
   alignas(64) std::int32_t columns[kMostNearestColumns];
@@ -184,8 +202,9 @@ void NearestRows(const XFrameBuffer& source, const XFrameBuffer& dest, double xs
   run.src = {Row(source, 0), source.RowBytes};
   run.sourceWidth = source.Width;
   run.sourceHeight = source.Height;
-  run.ystep = ystep;
   for (int y = 0; y < first; ++y) run.fy += ystep;
+  run.ystep = ystep;
+  run.streams = Streams(dest);
   double fx = 0;
   for (int column = 0; column < dest.Width; column += kMostNearestColumns) {
     run.columns = std::min(kMostNearestColumns, dest.Width - column);
@@ -210,8 +229,8 @@ bool XFrame_ResizeNearestPixel(const XFrameBuffer& source, XFrameBuffer& dest) {
     NearestInOrder(source, dest, xstep, ystep);
     return true;
   }
-  RowThreads::ForRows(
-      dest.Height, 2 * kPixelBytes * static_cast<std::size_t>(dest.Width),
-      [&](int first, int last) { NearestRows(source, dest, xstep, ystep, first, last); });
+  RowThreads::ForRows(dest.Height, BytesPerRow(source, dest), [&](int first, int last) {
+    NearestRows(source, dest, xstep, ystep, first, last);
+  });
   return true;
 }

@@ -236,6 +236,19 @@ struct Columns {
   }
 };
 
+/// Rows that start at multiples of 64 bytes, as those that go past the cache do.
+struct AlignedPicture {
+  Bytes bytes;
+  std::uint8_t* first;
+  std::ptrdiff_t stride;
+
+  AlignedPicture(int columns, int rows) {
+    stride = (4 * columns + 63) / 64 * 64 + 64;
+    bytes.assign(std::size_t(stride * rows + 64), 0xA5);
+    first = bytes.data() + (64 - reinterpret_cast<std::uintptr_t>(bytes.data()) % 64) % 64;
+  }
+};
+
 /// The formula, each step in single precision.
 std::uint8_t Bilinear(int a, int b, int c, int d, float weight, float lowerWeight) {
   const volatile float u = 1.0f - weight;
@@ -268,6 +281,15 @@ const Case kCases[] = {
     {16, 2, 16, 1, 5, 0, 0.75f},    {15, 2, 33, 1, 4, 0, 0.7f},    {7, 2, 17, 1, 4, 2.5f, 3},
 };
 
+/// The picture's rows, and nothing written behind them.
+void ExpectRows(const AlignedPicture& got, Picture& want, const Case& c) {
+  for (int y = 0; y < c.rows; ++y) {
+    const std::uint8_t* const row = got.first + y * got.stride;
+    ASSERT_EQ(std::memcmp(row, want.Row(y), std::size_t(4 * c.columns)), 0) << "row " << y;
+    for (std::ptrdiff_t i = 4 * c.columns; i < got.stride; ++i) ASSERT_EQ(row[i], 0xA5);
+  }
+}
+
 TEST(XFrameKernels, BilinearIsTheFormulaStepByStep) {
   unsigned seed = 0;
   for (const Case& c : kCases) {
@@ -295,8 +317,22 @@ TEST(XFrameKernels, BilinearIsTheFormulaStepByStep) {
         Picture got = before;
         alignas(64) float cache[8 * XFrameKernels::kMostColumns];
         k.bilinear({got.Dest(), c.rows, c.columns, columns.left.data(), columns.weight.data(),
-                    src.Source(), c.sourceWidth, c.sourceHeight, c.fy, c.ystep, cache});
+                    src.Source(), c.sourceWidth, c.sourceHeight, c.fy, c.ystep, cache, false});
         ASSERT_EQ(got.bytes, want.bytes) << k.name << ", case " << seed;
+        AlignedPicture past(c.columns, c.rows);
+        k.bilinear({{past.first, past.stride},
+                    c.rows,
+                    c.columns,
+                    columns.left.data(),
+                    columns.weight.data(),
+                    src.Source(),
+                    c.sourceWidth,
+                    c.sourceHeight,
+                    c.fy,
+                    c.ystep,
+                    cache,
+                    true});
+        ExpectRows(past, want, c);
       }
     }
   }
@@ -321,8 +357,20 @@ TEST(XFrameKernels, NearestTakesTheColumnsOfTheRow) {
       for (const RowKernels& k : AvailableRowKernels()) {
         Picture got = before;
         k.nearest({got.Dest(), c.rows, c.columns, columns.left.data(), src.Source(), c.sourceWidth,
-                   c.sourceHeight, double(c.fy), double(c.ystep)});
+                   c.sourceHeight, double(c.fy), double(c.ystep), false});
         ASSERT_EQ(got.bytes, want.bytes) << k.name << ", case " << seed;
+        AlignedPicture past(c.columns, c.rows);
+        k.nearest({{past.first, past.stride},
+                   c.rows,
+                   c.columns,
+                   columns.left.data(),
+                   src.Source(),
+                   c.sourceWidth,
+                   c.sourceHeight,
+                   double(c.fy),
+                   double(c.ystep),
+                   true});
+        ExpectRows(past, want, c);
       }
     }
   }

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "sdk/CoreX/RowThreads.h"
 #include "sdk/CoreX/XFrameKernels.h"
 #include "tests/sdk/CoreX/FrameInMemory.h"
 #include "tests/support/LogCapture.h"
@@ -275,6 +276,44 @@ TEST(OneFieldOnly, HasNoOtherFieldsAndNeedsPixels) {
   ExpectSame(got, before);
 }
 
+TEST(OneFieldOnly, SharedMemoryGoesByteByByteFromTheTop) {
+  // In place, and a destination that begins some bytes or rows further on.
+  for (const int field : {0, 1}) {
+    for (const int height : {2, 4, 5, 6}) {
+      for (const int shift : {0, -37, -4, 1, 4, 37, 80, -80, 160, 240}) {
+        FrameInMemory plain(19, 12, 9, 4);
+        unsigned char* from = plain.Row(3);
+        unsigned char* to = from + shift;
+        const int last = field == 1 ? height - 1 : height - 2;
+        int cur = field;
+        int next = field + 2 < height ? field + 2 : last;
+        for (int y = 0; y < height; ++y, to += 80) {
+          if (y % 2 == 0) {
+            std::memmove(to, from + 80 * cur, 76);
+            continue;
+          }
+          for (int i = 0; i < 76; ++i) {
+            to[i] = static_cast<unsigned char>((from[80 * cur + i] + from[80 * next + i]) >> 1);
+          }
+          cur = std::max(field, std::min(next, last));
+          next = std::max(field, std::min(cur + 2, last));
+        }
+        UnderEveryForm([&] {
+          FrameInMemory memory(19, 12, 9, 4);
+          XFrameBuffer source = memory.buffer();
+          source.Height = height;
+          source.Pixels = memory.Row(3);
+          XFrameBuffer dest = source;
+          dest.Pixels += shift;
+          ASSERT_TRUE(XFrame_OneFieldOnly(source, dest, field));
+          ASSERT_EQ(memory.bytes(), plain.bytes())
+              << "field " << field << " height " << height << " shift " << shift;
+        });
+      }
+    }
+  }
+}
+
 TEST(Adaptive, IsReserved) {
   FrameInMemory memory(4, 4, 1);
   const FrameInMemory before = memory;
@@ -507,29 +546,101 @@ TEST(ResizeBilinear, ByFields) {
 }
 
 TEST(ResizeNearest, IsTheRuleForEverySizeAndLayout) {
-  for (const SizePair& s : kSizes) {
-    for (const Layout& layout : kLayouts) {
-      FrameInMemory source(s.fromWidth, s.fromHeight, 1, layout.padding, layout.upsideDown);
-      FrameInMemory got(s.toWidth, s.toHeight, 2, layout.padding, layout.upsideDown);
-      FrameInMemory want = got;
-      double fy = 0;
-      for (int y = 0; y < s.toHeight; ++y) {
-        double fx = 0;
-        for (int x = 0; x < s.toWidth; ++x) {
-          std::memcpy(want.Row(y) + 4 * x,
-                      source.Row(std::min(s.fromHeight - 1, int(fy))) +
-                          4 * std::min(s.fromWidth - 1, int(fx)),
-                      4);
-          fx += double(s.fromWidth) / s.toWidth;
+  UnderEveryForm([] {
+    for (const SizePair& s : kSizes) {
+      for (const Layout& layout : kLayouts) {
+        FrameInMemory source(s.fromWidth, s.fromHeight, 1, layout.padding, layout.upsideDown);
+        FrameInMemory got(s.toWidth, s.toHeight, 2, layout.padding, layout.upsideDown);
+        FrameInMemory want = got;
+        double fy = 0;
+        for (int y = 0; y < s.toHeight; ++y) {
+          double fx = 0;
+          for (int x = 0; x < s.toWidth; ++x) {
+            std::memcpy(want.Row(y) + 4 * x,
+                        source.Row(std::min(s.fromHeight - 1, int(fy))) +
+                            4 * std::min(s.fromWidth - 1, int(fx)),
+                        4);
+            fx += double(s.fromWidth) / s.toWidth;
+          }
+          fy += double(s.fromHeight) / s.toHeight;
         }
-        fy += double(s.fromHeight) / s.toHeight;
+        XFrameBuffer dest = got.buffer();
+        ASSERT_TRUE(XFrame_ResizeNearestPixel(source.buffer(), dest));
+        ASSERT_EQ(got.bytes(), want.bytes())
+            << s.fromWidth << 'x' << s.fromHeight << " to " << s.toWidth << 'x' << s.toHeight;
       }
-      XFrameBuffer dest = got.buffer();
-      ASSERT_TRUE(XFrame_ResizeNearestPixel(source.buffer(), dest));
-      ASSERT_EQ(got.bytes(), want.bytes())
-          << s.fromWidth << 'x' << s.fromHeight << " to " << s.toWidth << 'x' << s.toHeight;
+    }
+  });
+}
+
+TEST(ResizeNearest, PixelsOfOtherSizes) {
+  // Each pixel's first four bytes.
+  FrameInMemory memory(40, 6, 1);
+  XFrameBuffer source = memory.buffer();
+  source.Width = 20;
+  source.PelBytes = 8;
+  FrameInMemory got(33, 9, 2);
+  FrameInMemory want = got;
+  for (int y = 0; y < 9; ++y) {
+    double fx = 0;
+    for (int x = 0; x < 33; ++x, fx += 20.0 / 33) {
+      std::memcpy(want.Row(y) + 4 * x, memory.Row(y * 6 / 9) + 8 * int(fx), 4);
     }
   }
+  XFrameBuffer dest = got.buffer();
+  ASSERT_TRUE(XFrame_ResizeNearestPixel(source, dest));
+  ExpectSame(got, want);
+}
+
+TEST(Threads, GiveTheSameBytes) {
+  FrameInMemory source(700, 600, 1, 8);
+  FrameInMemory other(700, 600, 2, 8);
+  FrameInMemory large(900, 700, 3);
+  const auto everything = [&] {
+    std::vector<std::vector<unsigned char>> results;
+    FrameInMemory frame = other;
+    const auto same = [&](auto&& operation) {
+      frame = other;
+      XFrameBuffer dest = frame.buffer();
+      EXPECT_TRUE(operation(source.buffer(), dest));
+      results.push_back(frame.bytes());
+      frame = other;  // In place
+      dest = frame.buffer();
+      EXPECT_TRUE(operation(frame.buffer(), dest));
+      results.push_back(frame.bytes());
+    };
+    for (const UInt32 flags : {0x08u, 0x10u, 0x20u, 0x40u}) {
+      same([flags](const XFrameBuffer& s, XFrameBuffer& d) {
+        return XFrame_Deinterlace(s, d, XFrameFilters{flags});
+      });
+    }
+    same(XFrame_CopyBufferMemory);
+    for (const XFrame_Pel_Format format : {XFrame_Pel_ARGB, XFrame_Pel_r408}) {
+      same([format](const XFrameBuffer&, XFrameBuffer& d) {
+        d.PixelType = format;
+        return XFrame_Blacken(d);
+      });
+    }
+    for (bool (*resize)(const XFrameBuffer&, XFrameBuffer&) :
+         {static_cast<bool (*)(const XFrameBuffer&, XFrameBuffer&)>(XFrame_ResizeBilinear),
+          XFrame_ResizeNearestPixel}) {
+      FrameInMemory up = large;
+      XFrameBuffer dest = up.buffer();
+      EXPECT_TRUE(resize(source.buffer(), dest));
+      results.push_back(up.bytes());
+      FrameInMemory down = source;
+      dest = down.buffer();
+      EXPECT_TRUE(resize(large.buffer(), dest));
+      results.push_back(down.bytes());
+    }
+    return results;
+  };
+  const auto alone = everything();
+  for (const unsigned threads : {2u, 5u}) {
+    RowThreads::SetCount(threads);
+    EXPECT_TRUE(everything() == alone) << threads;
+  }
+  RowThreads::SetCount(1);
 }
 
 TEST(Resize, FieldViewsOfCrops) {
