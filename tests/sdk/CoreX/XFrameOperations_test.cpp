@@ -581,10 +581,11 @@ TEST(ResizeNearest, PixelsOfOtherSizes) {
   source.PelBytes = 8;
   FrameInMemory got(33, 9, 2);
   FrameInMemory want = got;
-  for (int y = 0; y < 9; ++y) {
+  double fy = 0;
+  for (int y = 0; y < 9; ++y, fy += 6.0 / 9) {
     double fx = 0;
     for (int x = 0; x < 33; ++x, fx += 20.0 / 33) {
-      std::memcpy(want.Row(y) + 4 * x, memory.Row(y * 6 / 9) + 8 * int(fx), 4);
+      std::memcpy(want.Row(y) + 4 * x, memory.Row(int(fy)) + 8 * int(fx), 4);
     }
   }
   XFrameBuffer dest = got.buffer();
