@@ -6,12 +6,12 @@
 #include <array>
 #include <cstring>
 
-#include "bench/peers/libyuv_frames.h"
 #include "bench/peers/opencv_pixmaps.h"
 #include "bench/peers/opencv_table.h"
 #include "bench/peers/over.h"
 #include "bench/peers/plain_pixmaps.h"
 #include "bench/support/Operation.h"
+#include "sdk/QClasses/QPixMap.h"
 #include "sdk/QClasses/QPixMap_kernels.h"
 
 namespace {
@@ -22,25 +22,34 @@ using bench::Frames;
 using bench::Operation;
 using bench::Shape;
 using QPixMapKernels::AvailableRowKernels;
-using QPixMapKernels::BlendPlan;
 using QPixMapKernels::CurrentRowKernels;
 using QPixMapKernels::RowKernels;
 using QPixMapKernels::Rows;
 using QPixMapKernels::SelectRowKernels;
-using QPixMapKernels::Source;
 
 constexpr std::uint32_t kTint = 0x3060C0;
 
 std::ptrdiff_t RowBytes(const Shape& shape) {
   return std::ptrdiff_t{4} * shape.width;
 }
-Rows AllRows(std::uint8_t* first, const Shape& shape) {
-  return {first, RowBytes(shape), static_cast<std::size_t>(shape.width),
-          static_cast<std::size_t>(shape.height)};
-}
-Source From(const std::uint8_t* first, const Shape& shape) {
-  return {first, RowBytes(shape)};
-}
+
+/// A frame as a pixel map.
+class Map {
+ public:
+  Map(const std::uint8_t* bytes, int pixelBytes, int width, int height) {
+    record_.baseAddr = reinterpret_cast<Ptr>(const_cast<std::uint8_t*>(bytes));
+    record_.bounds = {0, 0, static_cast<SInt16>(height), static_cast<SInt16>(width)};
+    record_.pixelSize = static_cast<SInt16>(8 * pixelBytes);
+    QTSetPixMapPtrRowBytes(&record_, pixelBytes * width);
+  }
+  Map(const Map&) = delete;
+  Map& operator=(const Map&) = delete;
+  PixMap** handle() { return &pointer_; }
+
+ private:
+  PixMap record_{};
+  PixMap* pointer_ = &record_;
+};
 
 const std::array<std::uint8_t, 256>& Levels() {
   static const std::array<std::uint8_t, 256> levels = [] {
@@ -116,11 +125,10 @@ void AddBlend(const char* name, double weightA, double weightB) {
       .Forms(AvailableRowKernels(), SelectRowKernels,
              [=](const Shape& shape, Frames& frames) -> Body {
                return [=, &frames] {
-                 const RowKernels& kernels = CurrentRowKernels();
-                 BlendPlan plan(weightA, weightB);
-                 kernels.planBlend(plan, shape.pixels());
-                 kernels.blend(AllRows(frames.Out(), shape), From(frames.Noise(0), shape),
-                               From(frames.Noise(1), shape), plan);
+                 Map dst(frames.Out(), 4, shape.width, shape.height);
+                 Map a(frames.Noise(0), 4, shape.width, shape.height);
+                 Map b(frames.Noise(1), 4, shape.width, shape.height);
+                 QPixMap_AlphaBlend32(a.handle(), weightA, b.handle(), weightB, dst.handle());
                };
              })
       .Peer("OpenCV addWeighted", Agreement::kApproximate,
@@ -163,17 +171,19 @@ auto OverACopy(const Function& function) {
 }
 
 void Overlay(std::uint8_t* dst, const std::uint8_t* overlay, int width, int height) {
-  const Shape shape = Shape::Of(width, height);
-  CurrentRowKernels().overlay(AllRows(dst, shape), From(overlay, shape), 1.0f);
+  Map to(dst, 4, width, height);
+  Map from(overlay, 4, width, height);
+  QPM_44(to.handle(), Point{0, 0}, from.handle(), 1.0f);
 }
 void OverlayHalf(std::uint8_t* dst, const std::uint8_t* overlay, int width, int height) {
-  const Shape shape = Shape::Of(width, height);
-  CurrentRowKernels().overlay(AllRows(dst, shape), From(overlay, shape), 0.5f);
+  Map to(dst, 4, width, height);
+  Map from(overlay, 4, width, height);
+  QPM_44(to.handle(), Point{0, 0}, from.handle(), 0.5f);
 }
 void Overlay24(std::uint8_t* dst, const std::uint8_t* overlay, int width, int height) {
-  const Rows rows = {dst, std::ptrdiff_t{3} * width, static_cast<std::size_t>(width),
-                     static_cast<std::size_t>(height)};
-  CurrentRowKernels().overlay24(rows, {overlay, std::ptrdiff_t{4} * width}, 1.0f);
+  Map to(dst, 3, width, height);
+  Map from(overlay, 4, width, height);
+  QPM_34(to.handle(), Point{0, 0}, from.handle(), 1.0f);
 }
 void PlainOver(std::uint8_t* dst, const std::uint8_t* overlay, int width, int height) {
   const auto pixels = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
@@ -183,6 +193,7 @@ void PlainOver(std::uint8_t* dst, const std::uint8_t* overlay, int width, int he
 void Overlays() {
   bench::Add("overlay, every alpha", {.read = 8, .written = 4})
       .Forms(AvailableRowKernels(), SelectRowKernels, OverInTurn(Overlay))
+      .SharesRows()
       .Peer("pixman OVER in A, R, G, B", Agreement::kOther,
             OverInTurn(bench::peers::PixmanOverARGB))
       .Peer("pixman OVER in B, G, R, A", Agreement::kOther,

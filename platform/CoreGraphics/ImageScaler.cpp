@@ -71,6 +71,8 @@ ScalingSampler::ScalingSampler(const PixelSource& source, const Matrix& toBitmap
   const std::size_t slots =
       rows_.longest <= kMaxSlots ? std::max<std::size_t>(rows_.longest, 1) : 1;
   slots_.resize(slots * 4 * n);
+  rowsOfRun_.reserve(slots);
+  weightsOfRun_.reserve(slots);
   slotRow_.assign(slots, kNoRow);
   sum_.resize(4 * n);
   out_.resize(4 * n);
