@@ -300,6 +300,38 @@ TEST(QPixMapKernels, OverlayOfEveryPairUnderManyOpacities) {
   }
 }
 
+TEST(QPixMapKernels, OverlayOfRunsAndOfWhatIsThereAlready) {
+  // As pictures are: runs of clear and of opaque pixels, and edges; flat parts, where each sum is
+  // next to a whole number; more than one block of each.
+  std::mt19937 engine(29);
+  constexpr std::size_t kPixels = 3000;
+  Bytes dst(4 * kPixels);
+  Bytes overlay(4 * kPixels);
+  for (std::size_t i = 0, run = 0, kind = 0; i < kPixels; ++i, --run) {
+    if (run == 0) {
+      run = 1 + engine() % (i % 2 == 0 ? 5 : 150);
+      kind = engine() % 4;
+    }
+    const std::uint8_t alphas[4] = {0, 255, std::uint8_t(engine()), 77};
+    for (std::size_t c = 0; c < 4; ++c) {
+      dst[4 * i + c] = std::uint8_t(kind == 3 ? 200 : engine());
+      overlay[4 * i + c] = std::uint8_t(kind == 3 ? 200 : engine());
+    }
+    overlay[4 * i] = alphas[kind];
+  }
+  for (const float opacity : {1.0f, 0.5f, 0.99f, 0.003f}) {
+    Bytes want = dst;
+    for (std::size_t i = 0; i < want.size(); ++i) {
+      want[i] = OverlayOracle(dst[i], overlay[i], overlay[i & ~std::size_t{3}], opacity);
+    }
+    for (const RowKernels& k : AvailableRowKernels()) {
+      Bytes got = dst;
+      k.overlay(Row(got.data(), kPixels), From(overlay.data()), opacity);
+      EXPECT_TRUE(got == want) << k.name << " opacity " << opacity;
+    }
+  }
+}
+
 TEST(QPixMapKernels, OverlayOnThreeByteColours) {
   std::mt19937 engine(19);
   constexpr std::size_t kPixels = 20000;
