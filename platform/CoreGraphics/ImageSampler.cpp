@@ -70,13 +70,19 @@ class NearestSampler final : public RowSampler {
     const std::size_t v = ColumnAt((y + 0.5 - m_.ty) / m_.d, source_.height);
     if (v == lastRow_) return out_.data();
     lastRow_ = v;
-    if (!loaded_.empty()) source_.load(first_, v, span_, loaded_.data());
-    for (std::size_t i = 0; i < columns_.size(); ++i) {
-      if (loaded_.empty()) {
-        source_.load(columns_[i], v, 1, &out_[4 * i]);
+    const std::uint8_t* from = source_.inPlace(first_, v, span_);
+    if (from == nullptr && !loaded_.empty()) {
+      source_.load(first_, v, span_, loaded_.data());
+      from = loaded_.data();
+    }
+    std::uint8_t* to = out_.data();
+    for (const std::size_t column : columns_) {
+      if (from != nullptr) {
+        std::memcpy(to, from + 4 * (column - first_), 4);
       } else {
-        std::memcpy(&out_[4 * i], &loaded_[4 * (columns_[i] - first_)], 4);
+        source_.load(column, v, 1, to);
       }
+      to += 4;
     }
     return out_.data();
   }
