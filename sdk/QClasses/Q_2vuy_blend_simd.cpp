@@ -130,21 +130,11 @@ void Blend(const BlendRows& rows, float t) {
   }
 }
 
-HWY_INLINE VF MaskFraction(V32 mask) {
-#if HWY_NATIVE_FMA
-  return ByteFraction(Float(mask));
-#else
-  return InDouble(Float(mask), [](VF64 m) LUMIVANE_INLINE_LAMBDA {
-    return hn::Mul(m, hn::Set(DF64(), 0.00392156862745098));
-  });
-#endif
-}
-
 template <typename Range>
 HWY_INLINE Weight MaskWeight(V32 mask, float t) {
   const DF df;
   const VF one = hn::Set(df, 1.0f);
-  const VF w = hn::Mul(hn::Set(df, 2.0f * t), hn::Add(MaskFraction(mask), hn::Set(df, t)));
+  const VF w = hn::Mul(hn::Set(df, 2.0f * t), hn::Add(ByteFraction(Float(mask)), hn::Set(df, t)));
   if constexpr (std::is_same_v<Range, InRange>) {
     const VF take = hn::Min(w, one);
     return {take, hn::Sub(one, take)};

@@ -1,10 +1,10 @@
 // ARGB to 2vuy and over it. Included once per instruction set by Q_2vuy_conversion_simd.cpp.
 //
 // In single precision, with what is equal to the rule's double precision for every colour:
-//   x * 0.875 + 128 and x * 219 / 256 + 16, narrowed, are one fused multiply-add each;
+//   x * 0.875 + 128 and x * 219 / 256 + 16, narrowed, are one fused multiply-add each, or sums of
+//   exact parts;
 //   the rounding, which takes a half down, is the ceiling of what is one half less, and the half
-//   may be left out of the sum to begin with; A / 255 narrowed is A times 1/255 in two parts, with
-//   one fused multiply-add.
+//   may be left out of the sum to begin with; A / 255 narrowed is that quotient.
 // The luma sum stays as it is, step by step.
 #if defined(SDK_QCLASSES_Q_2VUY_FROMARGB_SIMD_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef SDK_QCLASSES_Q_2VUY_FROMARGB_SIMD_INL_H_
@@ -20,24 +20,41 @@ HWY_BEFORE_NAMESPACE();
 namespace Q_2vuy {
 namespace HWY_NAMESPACE {
 
-/// Rounded up, for values in range.
+/// Rounded up, for positive values in range.
 HWY_INLINE V32 RoundUp(VF value) {
 #if HWY_TARGET <= HWY_AVX3
   return V32{_mm512_cvt_roundps_epi32(value.raw, _MM_FROUND_TO_POS_INF | _MM_FROUND_NO_EXC)};
+#elif HWY_TARGET == HWY_SSSE3
+  const V32 whole = ToInt(value);
+  const auto more = hn::VecFromMask(DF(), hn::Lt(Float(whole), value));
+  return hn::Sub(whole, hn::BitCast(D32(), more));
 #else
   return ToInt(hn::Ceil(value));
 #endif
 }
 
-/// value * factor + offset in double precision, narrowed and rounded by the engine's rule.
-HWY_INLINE V32 ScaledAndRounded(VF value, float factor, float offset) {
+/// luma * 219 / 256 + 16 in double precision, narrowed and rounded by the engine's rule.
+HWY_INLINE V32 LumaLevel(VF luma) {
+  const VF factor = hn::Set(DF(), 219.0f / 256);
+  const VF offset = hn::Set(DF(), 15.5f);
 #if HWY_NATIVE_FMA
-  return RoundUp(hn::MulAdd(value, hn::Set(DF(), factor), hn::Set(DF(), offset - 0.5f)));
+  return RoundUp(hn::MulAdd(luma, factor, offset));
 #else
-  const VF scaled = InDouble(value, [=](VF64 d) LUMIVANE_INLINE_LAMBDA {
-    return hn::Add(hn::Mul(d, hn::Set(DF64(), factor)), hn::Set(DF64(), offset));
-  });
-  return RoundUp(hn::Sub(scaled, hn::Set(DF(), 0.5f)));
+  // In two parts, whose products are exact.
+  const VF high = hn::BitCast(DF(), hn::And(hn::BitCast(D32(), luma), hn::Set(D32(), 0xFFFFF000u)));
+  const VF low = hn::Sub(luma, high);
+  return RoundUp(hn::Add(hn::Add(hn::Mul(high, factor), offset), hn::Mul(low, factor)));
+#endif
+}
+
+/// difference * 0.875 + 128, likewise.
+HWY_INLINE V32 ChromaLevel(VF difference) {
+  const VF offset = hn::Set(DF(), 127.5f);
+#if HWY_NATIVE_FMA
+  return RoundUp(hn::MulAdd(difference, hn::Set(DF(), 0.875f), offset));
+#else
+  const VF eighth = hn::Mul(difference, hn::Set(DF(), 0.125f));
+  return RoundUp(hn::Add(hn::Sub(offset, eighth), difference));
 #endif
 }
 
@@ -69,8 +86,7 @@ HWY_INLINE Pixel422 FromPixel(V32 argb) {
 #endif
   const VF u = hn::Mul(hn::Sub(b, luma), hn::Set(df, const_cu));
   const VF v = hn::Mul(redDifference, hn::Set(df, const_cv));
-  return {ScaledAndRounded(luma, 219.0f / 256, 16.0f), ScaledAndRounded(u, 0.875f, 128.0f),
-          ScaledAndRounded(v, 0.875f, 128.0f)};
+  return {LumaLevel(luma), ChromaLevel(u), ChromaLevel(v)};
 }
 
 /// The pixels of a step, in whatever order of the pairs suits the instruction set.
@@ -128,9 +144,7 @@ HWY_INLINE void FromARGB(const Rows& rows) {
 template <bool opaque>
 HWY_INLINE VF AlphaWeight(V32 argb, float opacity) {
   const VF alpha = Float(Byte<0>(argb));
-#if HWY_NATIVE_FMA
   if (opaque) return ByteFraction(alpha);
-#endif
   return InDouble(alpha, [opacity](VF64 a) LUMIVANE_INLINE_LAMBDA {
     return hn::Mul(hn::Div(a, hn::Set(DF64(), 255.0)),
                    hn::Set(DF64(), static_cast<double>(opacity)));

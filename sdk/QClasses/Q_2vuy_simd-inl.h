@@ -55,14 +55,17 @@ HWY_INLINE VF InDouble(VF value, const Operation& operation) {
   return hn::Combine(DF(), hn::DemoteTo(half, upper), hn::DemoteTo(half, lower));
 }
 
-#if HWY_NATIVE_FMA
-/// byte / 255 for bytes, as double precision narrowed has it: the factor in two parts.
+/// byte / 255 for bytes, as double precision narrowed has it.
 HWY_INLINE VF ByteFraction(VF byte) {
+#if HWY_NATIVE_FMA
+  // By the reciprocal in two parts.
   constexpr float kHigh = static_cast<float>(1 / 255.0);
   constexpr float kLow = static_cast<float>(1 / 255.0 - static_cast<double>(kHigh));
   return hn::MulAdd(byte, hn::Set(DF(), kHigh), hn::Mul(byte, hn::Set(DF(), kLow)));
-}
+#else
+  return hn::Div(byte, hn::Set(DF(), 255.0f));
 #endif
+}
 
 }  // namespace HWY_NAMESPACE
 }  // namespace Q_2vuy
