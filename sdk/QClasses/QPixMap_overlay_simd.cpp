@@ -42,11 +42,9 @@ class Overlayer {
       parts_[alpha].of = alpha / 255.0 * static_cast<double>(opacity);
       parts_[alpha].under = 1 - parts_[alpha].of;
     }
-    // In two parts, so that their products with an alpha are exact but for the last rounding.
+    // In two parts. The first one has 16 bits, so that its product with an alpha is exact.
     const double fraction = static_cast<double>(opacity) * kOne / 255.0;
-    constexpr float kShort = 1 << 16;
-    high_ =
-        static_cast<float>(static_cast<int>(fraction * kShort / kOne * 256)) * kOne / kShort / 256;
+    high_ = static_cast<float>(static_cast<int>(fraction * 256)) / 256;
     low_ = static_cast<float>(fraction - static_cast<double>(high_));
   }
 
