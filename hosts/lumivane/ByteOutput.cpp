@@ -34,6 +34,7 @@ ByteOutput::~ByteOutput() {
 
 void ByteOutput::SetUp(int descriptor) {
   descriptor_ = descriptor;
+  keeps_ = IsKind(descriptor, S_IFREG);
   if (IsKind(descriptor, S_IFSOCK)) {
     kind_ = Kind::kSocket;
   } else if (IsKind(descriptor, S_IFIFO)) {
@@ -79,7 +80,7 @@ bool ByteOutput::Open(const std::string& path, StopSignals& stop, std::string* e
       *error = name_ + " cannot be written: " + reason;
       return false;
     }
-    descriptor_ = file_.descriptor();
+    SetUp(file_.descriptor());
     return true;
   }
   int opened = open(path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);

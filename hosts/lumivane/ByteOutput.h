@@ -25,7 +25,7 @@ class ByteOutput {
   /// A non-blocking device that is open; this object closes it.
   bool Adopt(int descriptor, const std::string& name, std::string* error);
   /// Whether it keeps what it gets, in its own time: a file, not somebody who reads along.
-  bool keeps() const { return file_.IsOpen(); }
+  bool keeps() const { return keeps_; }
 
   enum class Result { kOk, kNobodyReads, kAbandoned, kFailed };
   /// Writes all. Once Abandon was called, no longer waits for a reader than that allows.
@@ -53,6 +53,7 @@ class ByteOutput {
   AsideFile file_;
   int descriptor_ = -1;
   bool owned_ = false;
+  bool keeps_ = false;
   Kind kind_ = Kind::kPlain;
   int abandon_ = -1;     ///< an event descriptor that holds the grace in milliseconds
   double deadline_ = 0;  ///< of MonotonicSeconds(), once abandoned

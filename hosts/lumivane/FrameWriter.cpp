@@ -4,7 +4,7 @@ namespace lumivane {
 namespace {
 
 /// Of a longer gap, as of a program that was stopped for an hour, a file is not filled up.
-constexpr std::uint64_t kLongestGapSeconds = 60;
+constexpr std::int64_t kLongestGapSeconds = 60;
 /// For a reader to take the rest of the frame under way, when the stream ends.
 constexpr std::chrono::milliseconds kGrace(1000);
 
@@ -63,7 +63,7 @@ ByteOutput::Result FrameWriter::WriteFrame() {
 ByteOutput::Result FrameWriter::CatchUp(std::uint64_t tick) {
   const std::uint64_t missed = tick > nextTick_ ? tick - nextTick_ : 0;
   const std::uint64_t longest =
-      kLongestGapSeconds * static_cast<std::uint64_t>(format_.rate.number / format_.rate.divisor);
+      static_cast<std::uint64_t>(kLongestGapSeconds * format_.rate.number / format_.rate.divisor);
   if (!output_->keeps() || bytes_.empty() || missed > longest) {
     const std::lock_guard<std::mutex> hold(lock_);
     counts_.dropped += missed;

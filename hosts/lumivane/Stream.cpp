@@ -58,7 +58,8 @@ class Stream {
   std::uint64_t Loop();
   void Show(const Frame& frame, std::uint64_t tick);
   void SetStatus(const CameraHealth& health);
-  bool AllRunning() const;
+  /// Nobody has failed or left, and somebody still wants frames.
+  bool GoesOn() const;
   SinkCounts Counts() const;
   double Rate() const {
     return static_cast<double>(rate_.number) / static_cast<double>(rate_.divisor);
@@ -130,11 +131,15 @@ bool Stream::OpenServer(std::string* error) {
   return true;
 }
 
-bool Stream::AllRunning() const {
+bool Stream::GoesOn() const {
+  // A server serves for ever: alone, it is not waited for.
+  bool anyRuns = server_ != nullptr && outputs_.size() == 1;
   for (const Output& output : outputs_) {
-    if (output.sink->state() != SinkState::kRunning) return false;
+    const SinkState state = output.sink->state();
+    if (state == SinkState::kFailed || state == SinkState::kNobodyReads) return false;
+    anyRuns = anyRuns || (output.sink.get() != server_ && state == SinkState::kRunning);
   }
-  return true;
+  return anyRuns;
 }
 
 SinkCounts Stream::Counts() const {
@@ -193,7 +198,7 @@ std::uint64_t Stream::Loop() {
   Progress progress(options_.quiet);
   start_ = MonotonicSeconds();
   std::uint64_t tick = 0;
-  while (AllRunning() && (end == 0 || tick < end) &&
+  while (GoesOn() && (end == 0 || tick < end) &&
          !stop_.WaitUntil(start_ + static_cast<double>(tick) / Rate())) {
     Show(filter_->NextFrame(), tick);
     const SinkCounts counts = Counts();

@@ -273,7 +273,10 @@ int Viewer::Run() {
     const double now = MonotonicSeconds();
     if (now >= next) {
       next = std::max(next + period, now);
-      if (!state_.frozen && !Look(&error)) return Fail(error);
+      if (!state_.frozen && !Look(&error)) {
+        StopRecording();
+        return Fail(error);
+      }
     }
     UpdateState(now);
     if (dirty_) Draw();

@@ -320,6 +320,27 @@ TEST_F(StreamCommand, RecordKeepsTimeAndSaysWhatItDid) {
       0);
 }
 
+TEST_F(StreamCommand, AFileThatStandardOutputIsKeepsTimeToo) {
+  const ProgramResult run = Shell(std::string(Program()) +
+                                  " stream -o - --format uyvy422 --size 32x32 --seconds 0.5 "
+                                  "--rate 30 -q > " +
+                                  Path("o.raw"));
+  EXPECT_EQ(run.exitCode, lumivane::kExitNoCamera);
+  EXPECT_EQ(ReadText("o.raw").size(), 15u * 32 * 32 * 2);
+}
+
+TEST_F(StreamCommand, SeveralOutputsEachGetTheirFrames) {
+  RunningProgram run({Program(), "stream", "-o", Path("a.raw"), "--size", "32x32", "--frames", "20",
+                      "--listen", "127.0.0.1:0", "--json"});
+  EXPECT_THAT(run.ReadLine(), StartsWith("http://127.0.0.1:"));
+  EXPECT_EQ(run.Wait(), lumivane::kExitNoCamera) << "the server does not keep it from its end";
+  EXPECT_EQ(ReadText("a.raw").size(), 20u * 32 * 32 * 2);
+  const json report = json::parse(run.ReadBytes(100000));
+  ASSERT_EQ(report["outputs"].size(), 2u);
+  EXPECT_EQ(report["outputs"][1]["name"], Path("a.raw"));
+  EXPECT_EQ(report["outputs"][1]["frames"], 20);
+}
+
 TEST_F(StreamCommand, TakesTheFormatFromTheName) {
   for (const char* name : {"a.uyvy", "a.raw"}) {
     EXPECT_EQ(Lumivane({"record", Path(name), "-n", "1", "--size", "33x10", "-q"}).exitCode,
