@@ -27,7 +27,7 @@ ValueSource SourceOfTypeName(const std::string& type) {
   };
   if (is({"FOLDER", "DIR", "BUNDLE"})) return ValueSource::kFolder;
   if (is({"CAMERA"})) return ValueSource::kCamera;
-  if (is({"FILE", "PATH", "IN", "OUT"}) || type.find('.') != std::string::npos) {
+  if (is({"FILE", "PATH", "IN", "OUT"}) || type[0] == '/' || type.find('.') != std::string::npos) {
     return ValueSource::kFile;
   }
   return ValueSource::kNone;
