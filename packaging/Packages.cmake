@@ -146,7 +146,8 @@ set(modules
   ${LUMIVANE_HOME}/Frameworks/System.framework/Contents/Linux/System
   ${LUMIVANE_HOME}/Frameworks/QuickTime.framework/Contents/Linux/QuickTime
   ${program}/Resources/LumivaneXXX.component/Contents/Linux/LumivaneXXX
-  ${program}/Resources/gstreamer/LumivaneXXX.component/Contents/Linux/LumivaneXXX)
+  ${program}/Resources/gstreamer/LumivaneXXX.component/Contents/Linux/LumivaneXXX
+  ${program}/Resources/gstreamer/LumivaneXXX.component/Contents/Linux/camera-tool)
 install(CODE "
   set(root \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}\")
   if(CMAKE_INSTALL_DO_STRIP)

@@ -137,9 +137,25 @@ int ReportInstalled(const CameraOptions& options, const std::string& component) 
   return Report(options, true, "", "a camera is installed already; `lumivane camera list`");
 }
 
+// What the shells' completions ask for. No component is loaded for it.
+int PrintNames() {
+  const nlohmann::ordered_json answer = AskCameraTool({"list"});
+  if (!answer["ok"].get<bool>()) {
+    std::fprintf(stderr, "lumivane: %s\n", answer["message"].get<std::string>().c_str());
+    return kExitFailed;
+  }
+  for (const nlohmann::ordered_json& camera : answer["cameras"]) {
+    const std::string name = camera["stableName"].get<std::string>();
+    // A name with a line end in it would be two.
+    if (name.find('\n') == std::string::npos) std::printf("%s\n", name.c_str());
+  }
+  return kExitOk;
+}
+
 }  // namespace
 
 int RunCameraList(const CameraOptions& options) {
+  if (options.names) return PrintNames();
   nlohmann::ordered_json components = nlohmann::ordered_json::array();
   bool found = false;  // The first place with an entry is the one that would be loaded.
   for (const CameraPlace& place : CameraPlaces()) {

@@ -5,9 +5,11 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "components/gstreamer/settings.h"
 #include "hosts/lumivane/Commands.h"
+#include "hosts/lumivane/OptionValues.h"
 
 namespace lumivane {
 
@@ -35,6 +37,19 @@ const char* HelpOf(std::string_view key) {
   return "";
 }
 
+// The values there are; empty: any.
+std::vector<std::string> ChoicesOf(std::string_view key) {
+  if (key == "format") return {"2vuy", "argb"};
+  if (key == "fit") return {"letterbox", "crop", "stretch"};
+  if (key == "flip") return {"none", "horizontal", "vertical", "both"};
+  if (key == "rotate") return {"0", "90", "180", "270"};
+  if (key == "matrix") return {"auto", "bt601", "bt709", "bt2020"};
+  if (key == "range") return {"auto", "limited", "full"};
+  if (key == "deinterlace") return {"auto", "no"};
+  if (key == "loop") return {"yes", "no"};
+  return {};
+}
+
 void AddCameraUse(CLI::App& camera, int* result) {
   const auto options = std::make_shared<CameraUseOptions>();
   CLI::App* const use = camera.add_subcommand(
@@ -42,14 +57,19 @@ void AddCameraUse(CLI::App& camera, int* result) {
   use->footer("An empty value, as in --size '', takes a setting back to its default.");
   use->add_option("source", options->source,
                   "auto, a camera's name or path, an address, a file, test, test:PATTERN or "
-                  "pipeline:TEXT");
+                  "pipeline:TEXT")
+      ->type_name("CAMERA");
   for (const std::string_view key : gstcamera::kSettingKeys) {
     if (key == "source") continue;
-    use->add_option_function<std::string>(
-           "--" + std::string(key),
-           [options, key](const std::string& value) { options->settings.emplace_back(key, value); },
-           HelpOf(key))
-        ->type_name("VALUE");
+    CLI::Option* const option = use->add_option_function<std::string>(
+                                       "--" + std::string(key),
+                                       [options, key](const std::string& value) {
+                                         options->settings.emplace_back(key, value);
+                                       },
+                                       HelpOf(key))
+                                    ->type_name("VALUE");
+    const std::vector<std::string> choices = ChoicesOf(key);
+    if (!choices.empty()) NameChoices(option, choices);
   }
   use->add_flag("--json", options->json, "Print the result as JSON");
   use->callback([options, result] { *result = RunCameraUse(*options); });
@@ -62,7 +82,7 @@ void AddCameraControls(CLI::App& camera, int* result) {
   controls->add_option("control", options->controls,
                        "NAME to show, NAME=VALUE to set, NAME=default to take back; none: all");
   controls->add_option("--camera", options->camera, "Another camera than the one that is chosen")
-      ->type_name("NAME");
+      ->type_name("CAMERA");
   controls->add_flag("--json", options->json, "Print the result as JSON");
   controls->callback([options, result] { *result = RunCameraControls(*options); });
 }
@@ -77,7 +97,8 @@ void AddCameraTest(CLI::App& camera, int* result) {
   test->add_option("--wait", options->wait, "Seconds to wait for the first frame")
       ->check(CLI::Range(0.0, 3600.0))
       ->capture_default_str();
-  test->add_option("--source", options->source, "Another source than the one that is chosen");
+  test->add_option("--source", options->source, "Another source than the one that is chosen")
+      ->type_name("CAMERA");
   test->add_flag("--json", options->json, "Print the result as JSON");
   test->callback([options, result] { *result = RunCameraTest(*options); });
 }
@@ -100,7 +121,8 @@ void AddCameraCommands(CLI::App& app, int* result) {
         ->check(CLI::IsMember({"user", "local", "system"}))
         ->capture_default_str();
   };
-  add("list", "Show every components folder and every camera", RunCameraList);
+  add("list", "Show every components folder and every camera", RunCameraList)
+      ->add_flag("--names", options->names, "Print the cameras' stable names alone, one a line");
   CLI::App* const install =
       add("install", "Link a camera component this program carries", RunCameraInstall);
   addDomain(install);

@@ -70,8 +70,8 @@ void AddStreamCommands(CLI::App& app, int* result) {
       ->capture_default_str();
   AddStreamOptions(stream, *streamed);
   stream->footer(
-      "lumivane stream -o - | ffmpeg -i - OUT.mp4\n"
-      "lumivane stream --http, then a browser at http://127.0.0.1:8080/");
+      "  lumivane stream -o - | ffmpeg -i - OUT.mp4\n"
+      "  lumivane stream --http    # then a browser at http://127.0.0.1:8080/");
   stream->callback([streamed, result] { *result = RunStream(*streamed); });
 
   const auto recorded = std::make_shared<StreamOptions>();
