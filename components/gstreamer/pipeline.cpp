@@ -97,6 +97,7 @@ Pipeline::Pipeline(const Plan& plan, const Settings& settings, std::optional<Siz
       intake_(intake),
       pipeline_(GST_ELEMENT(gst_object_ref_sink(gst_pipeline_new(nullptr)))),
       bus_(gst_element_get_bus(pipeline_)) {
+  g_signal_connect(pipeline_, "deep-element-added", G_CALLBACK(OnInnerElement), nullptr);
   GPollFD file = {};
   gst_bus_get_pollfd(bus_, &file);
   eventFile_ = file.fd;
@@ -215,7 +216,6 @@ bool Pipeline::BuildAddress(std::string* error) {
   g_object_set(source, "uri", plan_.source.text.c_str(), nullptr);
   g_signal_connect(source, "autoplug-continue", G_CALLBACK(IsPicture), nullptr);
   g_signal_connect(source, "source-setup", G_CALLBACK(OnSource), this);
-  g_signal_connect(source, "deep-element-added", G_CALLBACK(OnInnerElement), nullptr);
   g_signal_connect(source, "pad-added", G_CALLBACK(OnPad), this);
   g_signal_connect(source, "no-more-pads", G_CALLBACK(OnNoMorePads), this);
   return true;
@@ -228,19 +228,24 @@ bool Pipeline::BuildOwn(std::string* error) {
     return gst_parse_bin_from_description_full(text.c_str(), TRUE, nullptr,
                                                GST_PARSE_FLAG_FATAL_ERRORS, &failure);
   };
-  GstElement* bin = parse(plan_.source.text);
-  GstPad* end = bin == nullptr ? nullptr : gst_element_get_static_pad(bin, "src");
-  if (bin != nullptr && end == nullptr) {
-    // Its last element has no pad before it knows its stream: a filter takes the first that fits.
-    gst_object_unref(gst_object_ref_sink(bin));
-    bin = parse(plan_.source.text + " ! capsfilter caps=video/x-raw");
+  // The end may be an element's pad; caps, or an element that has no pad before it knows its
+  // stream, which take a filter after them; or caps of something that is yet to be decoded.
+  GstElement* bin = nullptr;
+  GstPad* end = nullptr;
+  std::string reason = "it has no open end to take frames from";
+  for (const char* after : {"", " ! capsfilter caps=video/x-raw", " ! identity silent=true"}) {
+    bin = parse(plan_.source.text + after);
     end = bin == nullptr ? nullptr : gst_element_get_static_pad(bin, "src");
+    if (end != nullptr) break;
+    if (bin != nullptr) gst_object_unref(gst_object_ref_sink(bin));
+    bin = nullptr;
+    // What the parser says to the plain text is misleading when that ends with caps.
+    if (failure != nullptr && g_str_has_prefix(after, " ! caps"))
+      reason = FirstLine(failure->message);
   }
   const ErrorHeld held(failure);
   if (end == nullptr) {
-    if (bin != nullptr) gst_object_unref(gst_object_ref_sink(bin));
-    *error = failure != nullptr ? FirstLine(failure->message)
-                                : std::string("it has no open end to take frames from");
+    *error = reason;
     return false;
   }
   gst_bin_add(GST_BIN(pipeline_), bin);
@@ -298,6 +303,12 @@ bool Pipeline::BuildTail(std::string* error) {
     Set(deinterlace, "mode", "auto");
     Set(deinterlace, "fields", "top");
     if (!enter(deinterlace)) return false;
+  }
+  if (settings_.format == PixelFormat::k2vuy && !isTest) {
+    // Idle unless a source has the full range: see OnEntryCaps.
+    if (!enter(Add("videoconvert", error))) return false;
+    rangeFilter_ = Add("capsfilter", error);
+    if (!Chain(rangeFilter_, error)) return false;
   }
   const GstVideoOrientationMethod orientation = Orientation(settings_.rotate, settings_.flip);
   if (orientation != GST_VIDEO_ORIENTATION_IDENTITY) {
@@ -390,9 +401,15 @@ PipelineEvent Pipeline::NextEvent() {
         const GlibText heldDebug(debug);
         event.kind = PipelineEvent::kError;
         event.text = WithoutPeriod(FirstLine(failure->message));
+        const bool isDevice = !plan_.devicePath.empty();
+        if (g_str_has_prefix(failure->message, "Internal data stream error")) {
+          event.text =
+              isDevice ? "the camera has stopped sending" : "it cannot be read any further";
+          if (plan_.source.kind == Source::kAddress && passFrames_ == 0)
+            event.text = "there is no connection, or no answer that can be used";
+        }
         const std::string details = Details(debug);
         if (!details.empty() && details != event.text) event.text += " (" + details + ")";
-        const bool isDevice = !plan_.devicePath.empty();
         if (isDevice && failure->domain == GST_RESOURCE_ERROR &&
             access(plan_.devicePath.c_str(), R_OK | W_OK) != 0 && errno == EACCES)
           event.text += "; the user is not allowed to use it: is it in the group video?";
@@ -578,13 +595,21 @@ void Pipeline::OnEntryCaps(GstPadProbeInfo* info) {
     nominalRate_ = static_cast<double>(GST_VIDEO_INFO_FPS_N(&video)) /
                    std::max(GST_VIDEO_INFO_FPS_D(&video), 1);
   }
-  if (!GST_VIDEO_INFO_IS_YUV(&video)) return;
   GstVideoColorimetry colours = GST_VIDEO_INFO_COLORIMETRY(&video);
   if (settings_.matrix == Matrix::kBt601) colours.matrix = GST_VIDEO_COLOR_MATRIX_BT601;
   if (settings_.matrix == Matrix::kBt709) colours.matrix = GST_VIDEO_COLOR_MATRIX_BT709;
   if (settings_.matrix == Matrix::kBt2020) colours.matrix = GST_VIDEO_COLOR_MATRIX_BT2020;
   if (settings_.range == Range::kLimited) colours.range = GST_VIDEO_COLOR_RANGE_16_235;
   if (settings_.range == Range::kFull) colours.range = GST_VIDEO_COLOR_RANGE_0_255;
+  if (!GST_VIDEO_INFO_IS_YUV(&video)) colours = GST_VIDEO_INFO_COLORIMETRY(&video);
+  if (rangeFilter_ != nullptr) {
+    // Between two kinds of YUV with one matrix GStreamer's converter leaves the range as it is:
+    // such frames go by RGB.
+    const bool full = GST_VIDEO_INFO_IS_YUV(&video) && colours.range == GST_VIDEO_COLOR_RANGE_0_255;
+    const CapsHeld between(full ? gst_caps_from_string("video/x-raw,format=BGRx")
+                                : gst_caps_new_any());
+    g_object_set(rangeFilter_, "caps", between.get(), nullptr);
+  }
   if (gst_video_colorimetry_is_equal(&colours, &GST_VIDEO_INFO_COLORIMETRY(&video))) return;
   GstCaps* const changed = gst_caps_copy(caps);
   const GlibText text(gst_video_colorimetry_to_string(&colours));

@@ -91,6 +91,7 @@ class Pipeline {
   GstElement* pipeline_ = nullptr;  // owned
   GstElement* last_ = nullptr;      // end of what is linked so far; owned by the pipeline, as below
   GstElement* entry_ = nullptr;     // first element of the tail
+  GstElement* rangeFilter_ = nullptr;
   GstElement* filter_ = nullptr;
   GstElement* sink_ = nullptr;
   GstBus* bus_ = nullptr;  // owned
