@@ -189,6 +189,7 @@ def machine(context):
             break
     caches = ", ".join(f"L{cache['level']} {cache['type'].lower()} {cache['size'] // 1024} KiB"
                        for cache in context.get("caches", []))
+    release = ".".join(os.uname().release.split(".")[:2])
     load_average = " ".join(f"{load:.1f}" for load in context.get("load_avg", []))
     date = context.get("date") or datetime.datetime.now().isoformat()
     known = {"date", "host_name", "executable", "num_cpus", "mhz_per_cpu", "cpu_scaling_enabled",
@@ -196,7 +197,7 @@ def machine(context):
     libraries = ", ".join(f"{name} {value}" for name, value in context.items() if name not in known)
     return "\n".join([
         f"- {date[:10]}, {model}, {context.get('num_cpus', '?')} processors at "
-        f"{context.get('mhz_per_cpu', '?')} MHz, {caches}; Linux {os.uname().release}",
+        f"{context.get('mhz_per_cpu', '?')} MHz, {caches}; Linux {release}",
         f"- instruction sets: {context.get('instruction sets', '?')}",
         f"- {context.get('compiler', '?')}, {context.get('flags', '?')}",
         f"- {libraries}",
@@ -267,14 +268,16 @@ set boxwidth 0.9
 set logscale y 2
 set yrange [0.5:*]
 set ylabel "time / memcpy of the same bytes, one thread"
-set xtics rotate by -40 nomirror scale 0
+set xtics rotate by 40 right nomirror scale 0
 set ytics nomirror
 set grid ytics lc rgb "#dddddd"
 set border 3
 set key top right
-set rmargin 12
-plot 1 lc rgb "#888888" dt 2 title "memcpy", \\
-     $data using 2:xtic(1) lc rgb "#2060a8" title "ours", \\
+set lmargin 12
+set arrow from graph 0, first 1 to graph 1, first 1 nohead lc rgb "#404040" dt 2
+set label "memcpy" at graph 1, first 1 offset 0.5, 0
+set rmargin 9
+plot $data using 2:xtic(1) lc rgb "#2060a8" title "ours", \\
      $data using 3 lc rgb "#e08a2c" title "fastest peer"
 """
     subprocess.run(["gnuplot"], input=script, text=True, check=True)
