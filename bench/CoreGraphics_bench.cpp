@@ -133,7 +133,7 @@ int WorstDifference(Picture picture) {
   pixman_image_unref(source);
   pixman_image_unref(target);
   raster::AvailableRowKernels().front().over(picture.target.data(), picture.source.data(),
-                                  picture.width * picture.height);
+                                             picture.width * picture.height);
   int worst = 0;
   for (std::size_t i = 0; i < theirs.size(); ++i) {
     worst = std::max(worst, std::abs(theirs[i] - picture.target[i]));
