@@ -187,14 +187,20 @@ class GatherTaps {
   };
 
   GatherTaps(const BilinearRun& run, const Columns& columns, const std::uint8_t* row,
-             const std::uint8_t* /*ahead*/) {
+             const std::uint8_t* ahead) {
     const std::int32_t* const left = run.left;
     const int paired = columns.paired;
     const int count = columns.count;
-    int x = 0;
-    for (; x < paired; ++x) {
+    const auto pair = [&](int x) {
       std::memcpy(pairs_ + 2 * x, row + 4 * static_cast<std::size_t>(left[x]), 8);
+    };
+    int x = 0;
+    for (; x + 8 <= paired; x += 8) {
+      hwy::Prefetch(ahead + 4 * static_cast<std::size_t>(left[x]));
+      hwy::Prefetch(ahead + 4 * static_cast<std::size_t>(left[x + 4]));
+      for (int i = x; i < x + 8; ++i) pair(i);
     }
+    for (; x < paired; ++x) pair(x);
     for (; x < count; ++x) {
       std::memcpy(pairs_ + 2 * x, row + 4 * static_cast<std::size_t>(left[x]), 4);
       pairs_[2 * x + 1] = pairs_[2 * x];
