@@ -28,14 +28,6 @@ namespace HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-using D32 = hn::CappedTag<std::uint32_t, kColumnPadding>;
-using DI = hn::RebindToSigned<D32>;
-using DF = hn::RebindToFloat<D32>;
-using V32 = hn::Vec<D32>;
-using VF = hn::Vec<DF>;
-
-// ---- Fetching pixels of a source row by their number
-
 /// Whether a vector of pixels can be picked from several that lie in a row. Elsewhere one by one is
 /// as fast.
 #if HWY_TARGET == HWY_AVX2 || (HWY_ARCH_X86_64 && HWY_TARGET <= HWY_AVX3)
@@ -43,6 +35,14 @@ using VF = hn::Vec<DF>;
 #else
 #define XFRAME_PICKS 0
 #endif
+
+using D32 = hn::CappedTag<std::uint32_t, XFRAME_PICKS ? kColumnPadding : 4>;
+using DI = hn::RebindToSigned<D32>;
+using DF = hn::RebindToFloat<D32>;
+using V32 = hn::Vec<D32>;
+using VF = hn::Vec<DF>;
+
+// ---- Fetching pixels of a source row by their number
 
 #if XFRAME_PICKS
 /// Lane i is lane index[i] of lo and hi, one after the other.
@@ -174,37 +174,46 @@ class PickTaps {
 };
 #endif
 
-/// The same from any distance: all pairs of the row first, one by one.
+/// Columns whose taps lie anywhere.
+struct ScatteredColumns {
+  explicit ScatteredColumns(const BilinearRun& run)
+      : count(hwy::RoundUpTo(run.columns, kColumnPadding)) {
+    const std::int32_t* const end = run.left + count;
+    paired = static_cast<int>(std::lower_bound(run.left, end, run.sourceWidth - 1) - run.left);
+  }
+  int count;
+  int paired;  ///< columns before the first one on the last pixel, which has no right neighbour
+};
+
+HWY_INLINE void CopyPair(std::uint32_t* pair, const std::uint8_t* row, std::int32_t left,
+                         bool paired) {
+  const std::uint8_t* const from = row + 4 * static_cast<std::size_t>(left);
+  if (paired) {
+    std::memcpy(pair, from, 8);
+  } else {
+    std::memcpy(pair, from, 4);
+    pair[1] = pair[0];
+  }
+}
+
+#if XFRAME_PICKS
+/// Left and right taps from any distance: all pairs of the row first, one by one.
 class GatherTaps {
  public:
-  struct Columns {
-    explicit Columns(const BilinearRun& run) : count(hwy::RoundUpTo(run.columns, kColumnPadding)) {
-      const std::int32_t* const end = run.left + count;
-      paired = static_cast<int>(std::lower_bound(run.left, end, run.sourceWidth - 1) - run.left);
-    }
-    int count;
-    int paired;  ///< columns before the first one on the last pixel, which has no right neighbour
-  };
+  using Columns = ScatteredColumns;
 
   GatherTaps(const BilinearRun& run, const Columns& columns, const std::uint8_t* row,
              const std::uint8_t* ahead) {
     const std::int32_t* const left = run.left;
     const int paired = columns.paired;
     const int count = columns.count;
-    const auto pair = [&](int x) {
-      std::memcpy(pairs_ + 2 * x, row + 4 * static_cast<std::size_t>(left[x]), 8);
-    };
     int x = 0;
     for (; x + 8 <= paired; x += 8) {
       hwy::Prefetch(ahead + 4 * static_cast<std::size_t>(left[x]));
       hwy::Prefetch(ahead + 4 * static_cast<std::size_t>(left[x + 4]));
-      for (int i = x; i < x + 8; ++i) pair(i);
+      for (int i = x; i < x + 8; ++i) CopyPair(pairs_ + 2 * i, row, left[i], true);
     }
-    for (; x < paired; ++x) pair(x);
-    for (; x < count; ++x) {
-      std::memcpy(pairs_ + 2 * x, row + 4 * static_cast<std::size_t>(left[x]), 4);
-      pairs_[2 * x + 1] = pairs_[2 * x];
-    }
+    for (; x < count; ++x) CopyPair(pairs_ + 2 * x, row, left[x], x < paired);
   }
 
   HWY_INLINE void operator()(int x, V32& a, V32& b) const {
@@ -218,6 +227,47 @@ class GatherTaps {
  private:
   alignas(64) std::uint32_t pairs_[2 * kMostColumns];
 };
+#else
+/// Left and right taps from any distance, for vectors of four pixels.
+class GatherTaps {
+ public:
+  using Columns = ScatteredColumns;
+
+  HWY_INLINE GatherTaps(const BilinearRun& run, const Columns& columns, const std::uint8_t* row,
+                        const std::uint8_t* ahead)
+      : left_(run.left), row_(row), ahead_(ahead), paired_(columns.paired) {}
+
+  HWY_INLINE void operator()(int x, V32& a, V32& b) const {
+    const D32 d;
+    hwy::Prefetch(ahead_ + 4 * static_cast<std::size_t>(left_[x]));
+    V32 lo;
+    V32 hi;
+    if (HWY_LIKELY(x + 4 <= paired_)) {
+      lo = hn::Combine(d, Pair(x + 1), Pair(x));
+      hi = hn::Combine(d, Pair(x + 3), Pair(x + 2));
+    } else {
+      alignas(16) std::uint32_t pairs[8];
+      for (int i = 0; i < 4; ++i) CopyPair(pairs + 2 * i, row_, left_[x + i], x + i < paired_);
+      lo = hn::Load(d, pairs);
+      hi = hn::Load(d, pairs + 4);
+    }
+    a = hn::ConcatEven(d, hi, lo);
+    b = hn::ConcatOdd(d, hi, lo);
+  }
+
+ private:
+  HWY_INLINE hn::Vec<hn::Half<D32>> Pair(int x) const {
+    const hn::Half<D32> d;
+    const hn::Repartition<std::uint8_t, decltype(d)> d8;
+    return hn::BitCast(d, hn::LoadU(d8, row_ + 4 * static_cast<std::size_t>(left_[x])));
+  }
+
+  const std::int32_t* left_;
+  const std::uint8_t* row_;
+  const std::uint8_t* ahead_;
+  int paired_;
+};
+#endif
 
 // ---- Bilinear
 
