@@ -80,6 +80,7 @@ int RunDoctor(const DoctorOptions& options) {
   const Findings devices = LookAtDevices();
   add(LookAtPlugIn(options.plugIn));
   add(LookAtComponents());
+  add(LookAtSettings());
   add(devices);
   add(LookAtModules());
   add(LookAtDesktop());

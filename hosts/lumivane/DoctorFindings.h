@@ -30,6 +30,9 @@ Findings FindingsOf(const std::vector<VideoDevice>& devices);
 /// Those of the system's.
 Findings LookAtDevices();
 
+/// What the GStreamer component is set to, and which of its settings it cannot use.
+Findings LookAtSettings();
+
 /// Whether hosts that search so find our module, and whether it can be loaded.
 Finding FindingOf(const ModuleSearch& search);
 /// That for each kind of host.

@@ -49,7 +49,10 @@ Finding FindingOf(const ModuleSearch& search) {
   if (found.empty()) {
     const std::vector<std::string> installed = InstalledModules(search.fileName);
     if (!installed.empty()) return NotFound(search, installed.front());
-    return {Level::kOk, "module", search.host + ": no " + search.fileName + " is installed", ""};
+    return {
+        Level::kOk, "module",
+        search.host + ": no " + search.fileName + " is installed (package " + search.package + ")",
+        ""};
   }
   if (LibraryOfModule(found).empty()) {
     return {Level::kWarning, "module",

@@ -46,8 +46,19 @@ std::string OwnFrei0rFolder() {
   return HomeFolder() + "/.frei0r-1/lib";
 }
 
+/// A search for the frei0r module, its folders still to be filled in.
+ModuleSearch Frei0rSearch(const char* host, const char* program, const char* name) {
+  ModuleSearch search;
+  search.host = host;
+  search.program = program;
+  search.name = name;
+  search.fileName = kFrei0rFile;
+  search.package = "lumivane-frei0r";
+  return search;
+}
+
 ModuleSearch FFmpegSearch() {
-  ModuleSearch search{"FFmpeg (frei0r_src)", "ffmpeg", "lumivane", kFrei0rFile, {}, "", false};
+  ModuleSearch search = Frei0rSearch("FFmpeg (frei0r_src)", "ffmpeg", "lumivane");
   if (const auto value = Variable("FREI0R_PATH")) {
     search.folders = SplitPath(*value);
     search.variable = "FREI0R_PATH";
@@ -59,8 +70,7 @@ ModuleSearch FFmpegSearch() {
 }
 
 ModuleSearch MltSearch() {
-  ModuleSearch search{
-      "MLT (melt, Kdenlive, Shotcut)", "melt", "frei0r.lumivane", kFrei0rFile, {}, "", false};
+  ModuleSearch search = Frei0rSearch("MLT (melt, Kdenlive, Shotcut)", "melt", "frei0r.lumivane");
   // Either one counts even when it is empty.
   for (const char* name : {"FREI0R_PATH", "MLT_FREI0R_PLUGIN_PATH"}) {
     if (const auto value = Variable(name)) {
@@ -76,13 +86,8 @@ ModuleSearch MltSearch() {
 }
 
 ModuleSearch BridgeSearch() {
-  ModuleSearch search{"GStreamer (frei0r bridge)",
-                      "gst-launch-1.0",
-                      "frei0r-src-lumivane",
-                      kFrei0rFile,
-                      {},
-                      "",
-                      false};
+  ModuleSearch search =
+      Frei0rSearch("GStreamer (frei0r bridge)", "gst-launch-1.0", "frei0r-src-lumivane");
   const std::string value = Variable("FREI0R_PATH").value_or("");
   if (!value.empty()) {
     search.folders = SplitPath(value);
@@ -98,8 +103,12 @@ ModuleSearch BridgeSearch() {
 }
 
 ModuleSearch ElementSearch() {
-  ModuleSearch search{
-      "GStreamer (element)", "gst-launch-1.0", "lumivanesrc", kElementFile, {}, "", false};
+  ModuleSearch search;
+  search.host = "GStreamer (element)";
+  search.program = "gst-launch-1.0";
+  search.name = "lumivanesrc";
+  search.fileName = kElementFile;
+  search.package = "gstreamer1.0-lumivane";
   for (const char* name : {"GST_PLUGIN_PATH_1_0", "GST_PLUGIN_PATH"}) {
     if (const auto value = Variable(name)) {
       search.folders = SplitPath(*value);

@@ -12,6 +12,7 @@ struct ModuleSearch {
   std::string program;               ///< a command of it, by which it is known to be installed
   std::string name;                  ///< what the picture is called there
   std::string fileName;              ///< of the module
+  std::string package;               ///< Debian's, that brings it
   std::vector<std::string> folders;  ///< in the order of the search
   std::string variable;              ///< sets other folders
   bool replaces = false;             ///< ... and then the standard ones are not searched

@@ -14,9 +14,8 @@ namespace {
 
 constexpr int kLargestSide = 16384;
 
-std::shared_ptr<CIImage> Share(CIImage* image) {
-  if (image == nullptr) return nullptr;
-  image->retain();
+/// Takes over one reference.
+std::shared_ptr<CIImage> Adopt(CIImage* image) {
   return {image, [](CIImage* last) { last->release(); }};
 }
 
@@ -55,7 +54,6 @@ LiveFilter::LiveFilter(CIFilter* filter, std::string plugInPath, const PictureSo
     : filter_(filter), plugInPath_(std::move(plugInPath)), size_(source.size) {}
 
 LiveFilter::~LiveFilter() {
-  previous_.reset();
   // The filter keeps its parameter's last value for good; taken back here, nothing is left behind.
   filter_->setValueforKey(nullptr, CFSTR("inputClock"));
   filter_->release();
@@ -82,20 +80,14 @@ std::unique_ptr<LiveFilter> LiveFilter::Open(const PictureSource& source, std::s
 
 Frame LiveFilter::NextFrame() {
   const NSAutoreleasePool pool;
-  // The filter answers with the one no-camera picture it keeps when it has no frame, and with a new
-  // image otherwise; the held previous answer cannot share its address with a new one.
-  const bool first = !previous_;
-  if (first) previous_ = Share(filter_->outputImage());
-  const std::shared_ptr<CIImage> image = Share(filter_->outputImage());
-  const bool live = image && image != previous_;
-  if (image && !live) {
-    // Each no-camera answer carries a reference that is nobody's. A host that shows it for days
-    // gives it back, so that the count cannot run over.
-    image->release();
-    if (first) image->release();
-  }
-  previous_ = image;
-  return {image, live};
+  CIImage* const image = filter_->outputImage();
+  if (image == nullptr) return {};
+  // A camera's image is new and its one reference the pool's. The no-camera picture is the filter's
+  // own, and handed out with one more reference that is nobody's: that one is taken over here, so
+  // that the count cannot run over in a host that shows it for days.
+  const bool live = image->retainCount() == 1;
+  if (live) image->retain();
+  return {Adopt(image), live};
 }
 
 Picture LiveFilter::Render(const Frame& frame) const {

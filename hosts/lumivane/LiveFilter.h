@@ -59,7 +59,6 @@ class LiveFilter {
   CIFilter* filter_;  ///< retained
   std::string plugInPath_;
   std::optional<PictureSize> size_;
-  std::shared_ptr<CIImage> previous_;
 };
 
 }  // namespace lumivane

@@ -357,10 +357,21 @@ TEST(Doctor, LooksAtEverything) {
   const json report = json::parse(Lumivane({"doctor", "--json"}).out);
   std::set<std::string> subjects;
   for (const json& finding : report["findings"]) subjects.insert(finding["subject"]);
-  for (const char* subject : {"lumivane", "plug-in", "camera", "device", "module", "display",
-                              "pipewire", "portal", "log"}) {
+  for (const char* subject : {"lumivane", "plug-in", "camera", "settings", "device", "module",
+                              "display", "pipewire", "portal", "log"}) {
     EXPECT_EQ(subjects.count(subject), 1u) << subject;
   }
+}
+
+TEST(Doctor, SaysWhichSettingCannotBeUsed) {
+  const fs::path file = test::Home() / ".config/lumivane/camera.conf";
+  test::WriteFile(file, "[camera]\nsource=test\nrotate=45\n");
+  const ProgramResult run = Lumivane({"doctor"});
+  EXPECT_NE(run.exitCode, 0);
+  EXPECT_THAT(run.out, HasSubstr("rotate"));
+  EXPECT_THAT(run.out, HasSubstr("`lumivane camera use` sets it; the file is " + file.string()));
+  EXPECT_THAT(run.out, HasSubstr("the source is test"));
+  fs::remove(file);
 }
 
 TEST(Doctor, SaysWhenSdlIsToldToShowNothing) {
