@@ -7,8 +7,8 @@
 // A whole-frame operation checks its arguments, picks its kernels, and hands its row loop over:
 //
 //   const auto& kernels = XFrameKernels::CurrentRowKernels();
-//   RowThreads::ForRows(height, 3 * rowSize, [&](int first, int last) {
-//     for (int y = first; y < last; ++y) kernels.mean(Row(dest, y), Row(a, y), Row(b, y), rowSize);
+//   RowThreads::ForRows(height / 2, 4 * rowSize, [&](int first, int last) {
+//     kernels.pairs(RowsInto(dest, 2 * first), RowsFrom(source, 2 * first), rowSize, last - first);
 //   });
 //
 // That is allowed where each row of the result depends on sources alone, which nothing in the call

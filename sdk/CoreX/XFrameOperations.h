@@ -3,8 +3,12 @@
 //
 // Every operation returns true on success. Buffers that do not fit each other, or have no pixels,
 // give false with nothing written. A row that would lie outside its frame is neither read nor
-// written. Results are the same whatever row kernels run (XFrameKernels.h), also where source and
-// destination share memory: rows go from the top down, bytes of a row from left to right.
+// written. Results are the same whatever row kernels run (XFrameKernels.h) and however many threads
+// share the rows (RowThreads.h), also where source and destination share memory: rows go from the
+// top down there, bytes of a row from left to right.
+//
+// Resizes keep some 30 KiB on the stack. Results of 16 MiB and more whose rows start at multiples
+// of 64 bytes are written past the cache: who reads them next reads memory.
 #pragma once
 
 #include "sdk/CoreX/XFrameBuffer.h"

@@ -47,8 +47,10 @@ Functions Of(const Q_2vuy::RowKernels& kernels) {
   return FunctionsOf(toARGB, fromARGB, overARGB, swap, map, countAndMap, blend, blendMasked);
 }
 Functions Of(const QPixMapKernels::RowKernels& kernels) {
-  const auto& [name, grey, levels, duotone, planBlend, blend, overlay, overlay24] = kernels;
-  return FunctionsOf(grey, levels, duotone, planBlend, blend, overlay, overlay24);
+  const auto& [name, grey, levels, duotone, planBlend, blend, overlay, overlay24, from24, from422,
+               opaque] = kernels;
+  return FunctionsOf(grey, levels, duotone, planBlend, blend, overlay, overlay24, from24, from422,
+                     opaque);
 }
 Functions Of(const NoiseKernels::Kernels& kernels) {
   const auto& [name, fill] = kernels;
