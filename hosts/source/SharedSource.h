@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -42,6 +43,10 @@ class SharedSource {
   bool Open();
   void Close();
   void Exit();
+  /// Exit functions run in the opposite order of their registration, and what a picture uses is in
+  /// part made, and its destruction registered, with the first picture that needs it. Registered
+  /// again after such pictures, ours comes first: when others destroy, no thread is drawing.
+  void StayFirstAtExit(const LumivaneSourceBitmap& bitmap);
   void SetClock(double clock);
   bool IsTimeToAsk() const;
   Answer Ask();
@@ -49,6 +54,10 @@ class SharedSource {
   std::mutex lock_;
   int users_ = 0;
   bool exiting_ = false;
+  std::uint64_t draws_ = 0;
+  std::uint32_t lastWidth_ = 0;
+  std::uint32_t lastHeight_ = 0;
+  int exitFunctions_ = 0;
   CIFilter* filter_ = nullptr;  ///< retained
   std::string plugIn_;          ///< path of the plug-in it comes from
   std::string error_;
