@@ -129,6 +129,12 @@ void Fill(DestRows dst, const std::uint8_t (&pixel)[4], std::size_t pixels, int 
   for (std::ptrdiff_t y = 0; y < rows; ++y) {
     std::uint8_t* const out = dst[y];
     std::size_t i = 0;
+    for (; i + 4 * lanes <= bytes; i += 4 * lanes) {
+      hn::StoreU(bytesOfPixels, d, out + i);
+      hn::StoreU(bytesOfPixels, d, out + i + lanes);
+      hn::StoreU(bytesOfPixels, d, out + i + 2 * lanes);
+      hn::StoreU(bytesOfPixels, d, out + i + 3 * lanes);
+    }
     for (; i + lanes <= bytes; i += lanes) hn::StoreU(bytesOfPixels, d, out + i);
     for (; i < bytes; i += 4) std::memcpy(out + i, pixel, 4);
   }
