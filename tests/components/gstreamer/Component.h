@@ -80,7 +80,7 @@ class Component {
 
   /// Asks for frames, as a host does, until `done`; false after a long time without it. The time is
   /// long because the machine may be busy: a test that passes does not take it.
-  bool Until(const std::function<bool()>& done, double seconds = 15) {
+  bool Until(const std::function<bool()>& done, double seconds = 60) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
     while (std::chrono::steady_clock::now() < end) {
       shown = Ask();
