@@ -119,7 +119,7 @@ int RunSnapshot(const SnapshotOptions& options) {
     }
     if (options.requireCamera && !frame.live) {
       std::fprintf(stderr,
-                   "lumivane: no camera; `lumivane camera install` installs the test pattern, "
+                   "lumivane: no camera; `lumivane camera install` installs one, "
                    "`lumivane doctor` says what was looked for\n");
       return kExitNoCamera;
     }
