@@ -64,7 +64,7 @@ std::unique_ptr<ViewWindow> ViewWindow::Open(PictureSize picture, bool headless,
                                              std::string* error) {
   // A driver that somebody asked for by name is meant, visible or not.
   const bool asked = IsSet("SDL_VIDEODRIVER");
-  if (headless && !asked) SDL_SetHint(SDL_HINT_VIDEODRIVER, "offscreen,dummy");
+  if (headless && !asked) SDL_SetHint(SDL_HINT_VIDEODRIVER, "dummy,offscreen");
   if (!headless && !asked && !IsSet("DISPLAY") && !IsSet("WAYLAND_DISPLAY")) {
     *error = kNoDisplay;
     return nullptr;
