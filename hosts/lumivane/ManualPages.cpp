@@ -134,6 +134,18 @@ A datagram socket that takes the system log's messages instead of
 .TP
 .BR LUMIVANE_TESTPATTERN_FORMAT ", " LUMIVANE_TESTPATTERN_SIZE ", " LUMIVANE_TESTPATTERN_RATE
 The test pattern's pixel format (argb or 2vuy), size (640x480) and frames per second (30).
+.TP
+.BI LUMIVANE_CAMERA_ KEY
+A setting of the GStreamer camera component, instead of the one in
+.IR camera.conf :
+its key in capitals, with _ for \-.
+.TP
+.B LUMIVANE_THREADS
+How many threads
+.B "lumivane image"
+and
+.B "lumivane video"
+share the rows of large pictures among.
 )";
 
 constexpr const char* kFiles = R"(.SH FILES
@@ -148,6 +160,11 @@ The system's.
 .I /usr/local/lib/lumivane/Components/LumivaneXXX.component
 The machine's own.
 .TP
+.I \(ti/.config/lumivane/camera.conf
+Which camera the GStreamer component shows, and how;
+.B "lumivane camera use"
+writes it.
+.TP
 .I \(ti/.local/state/lumivane/Logs/CILumivaneInput.log
 What failed, where and why.
 )";
@@ -156,7 +173,7 @@ constexpr const char* kExamples = R"(.SH EXAMPLES
 Look at the test pattern:
 .PP
 .EX
-  lumivane camera install
+  lumivane camera install \-\-component testpattern
   lumivane view
 .EE
 .PP
