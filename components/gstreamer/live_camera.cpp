@@ -15,6 +15,7 @@
 #include <system_error>
 
 #include "components/gstreamer/controls.h"
+#include "components/gstreamer/dead_device.h"
 
 namespace gstcamera {
 namespace {
@@ -314,6 +315,8 @@ LiveCamera::Outcome LiveCamera::Try(Plan& plan, bool* gaveFrames) {
     // A camera that promises a format and then refuses it is asked for any.
     if (outcome != Outcome::kFailed || *gaveFrames || !hadFormat || !plan.anyFormat) break;
   }
+  // The pipeline is gone; what is still open of a camera that was unplugged is nobody's.
+  if (!plan.devicePath.empty()) ReleaseDeadDescriptors(plan.devicePath, IsDeadVideoDevice);
   hadFrames_ = hadFrames_ || *gaveFrames;
   return outcome;
 }

@@ -1,4 +1,5 @@
 // Rules that need no stream: the mailbox, the states, the choice of a format, who is who.
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <linux/videodev2.h>
@@ -12,6 +13,7 @@
 #include "components/gstreamer/camera_state.h"
 #include "components/gstreamer/cameras.h"
 #include "components/gstreamer/controls.h"
+#include "components/gstreamer/dead_device.h"
 #include "components/gstreamer/format_choice.h"
 #include "components/gstreamer/mailbox.h"
 #include "tests/components/gstreamer/GStreamerStart.h"
@@ -298,6 +300,51 @@ TEST(Cameras, HoldersAreNamed) {
   EXPECT_EQ(HoldersOf("/dev/null", proc.path().string()), "obs (process 17)");
   EXPECT_EQ(HoldersOf("/dev/full", proc.path().string()), "");
   EXPECT_EQ(HoldersOf("/dev/null", "/no/such/proc"), "");
+}
+
+// ---- Devices that are gone
+
+std::string OpenedAs(int file) {
+  return fs::read_symlink("/proc/self/fd/" + std::to_string(file)).string();
+}
+
+TEST(DeadDevice, GivesUpItsDeadDescriptorsAndNoOthers) {
+  const test::TempFolder folder;
+  const std::string gone = (folder / "video0").string();
+  const std::string other = (folder / "video1").string();
+  test::WriteFile(gone, "");
+  test::WriteFile(other, "");
+  const int dead = open(gone.c_str(), O_RDWR | O_CLOEXEC);
+  const int alive = open(gone.c_str(), O_RDWR | O_CLOEXEC);
+  const int elsewhere = open(other.c_str(), O_RDWR | O_CLOEXEC);
+  ASSERT_GE(std::min({dead, alive, elsewhere}), 0);
+  const auto isDead = [&](int file) { return file != alive; };
+
+  EXPECT_EQ(ReleaseDeadDescriptors("/no/such/device", isDead), 0);
+  EXPECT_EQ(ReleaseDeadDescriptors(gone, isDead), 1);
+  EXPECT_EQ(OpenedAs(dead), "/dev/null");
+  EXPECT_NE(fcntl(dead, F_GETFD) & FD_CLOEXEC, 0);
+  EXPECT_EQ(OpenedAs(alive), gone);
+  EXPECT_EQ(OpenedAs(elsewhere), other);
+
+  // The node may have been removed before.
+  fs::remove(gone);
+  EXPECT_EQ(ReleaseDeadDescriptors(gone, [](int) { return true; }), 1);
+  EXPECT_EQ(OpenedAs(alive), "/dev/null");
+  EXPECT_EQ(ReleaseDeadDescriptors(gone, [](int) { return true; }), 0);
+  for (const int file : {dead, alive, elsewhere}) EXPECT_EQ(close(file), 0);
+}
+
+TEST(DeadDevice, WhatIsNoVideoDeviceIsNotDead) {
+  const test::TempFolder folder;
+  test::WriteFile(folder / "file", "");
+  for (const std::string& path : {(folder / "file").string(), std::string("/dev/null")}) {
+    const int file = open(path.c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_GE(file, 0);
+    EXPECT_FALSE(IsDeadVideoDevice(file)) << path;
+    close(file);
+  }
+  EXPECT_FALSE(IsDeadVideoDevice(-1));
 }
 
 TEST(Cameras, AFileOfThisProcessIsSeenInTheRealProc) {
