@@ -49,8 +49,10 @@ bool ByteOutput::MakeAbandon(std::string* error) {
   return abandon_ >= 0;
 }
 
-bool ByteOutput::Adopt(int descriptor, const std::string& name, std::string* error) {
+bool ByteOutput::Adopt(int descriptor, std::unique_ptr<VideoOutputBuffers> buffers,
+                       const std::string& name, std::string* error) {
   name_ = name;
+  buffers_ = std::move(buffers);
   descriptor_ = descriptor;
   owned_ = true;
   kind_ = Kind::kNonBlocking;
@@ -102,6 +104,7 @@ bool ByteOutput::Open(const std::string& path, StopSignals& stop, std::string* e
 }
 
 ssize_t ByteOutput::WriteSome(std::span<const std::uint8_t> bytes) const {
+  if (buffers_) return buffers_->Put(bytes);
   switch (kind_) {
     case Kind::kSocket:
       return send(descriptor_, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);

@@ -4,11 +4,13 @@
 
 #include <chrono>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string>
 
 #include "hosts/lumivane/AsideFile.h"
 #include "hosts/lumivane/StopSignals.h"
+#include "hosts/lumivane/VideoOutputBuffers.h"
 
 namespace lumivane {
 
@@ -22,8 +24,10 @@ class ByteOutput {
   /// "-" is standard output. A regular file is written aside. A named pipe nobody reads yet is
   /// waited for, until `stop` comes. False with one sentence.
   bool Open(const std::string& path, StopSignals& stop, std::string* error);
-  /// A non-blocking device that is open; this object closes it.
-  bool Adopt(int descriptor, const std::string& name, std::string* error);
+  /// A non-blocking device that is open; this object closes it. With `buffers` each Write is one
+  /// frame for them.
+  bool Adopt(int descriptor, std::unique_ptr<VideoOutputBuffers> buffers, const std::string& name,
+             std::string* error);
   /// Whether it keeps what it gets, in its own time: a file, not somebody who reads along.
   bool keeps() const { return keeps_; }
 
@@ -51,6 +55,7 @@ class ByteOutput {
 
   std::string name_;
   AsideFile file_;
+  std::unique_ptr<VideoOutputBuffers> buffers_;
   int descriptor_ = -1;
   bool owned_ = false;
   bool keeps_ = false;

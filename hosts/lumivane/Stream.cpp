@@ -93,11 +93,12 @@ void Stream::AddWriter(const std::string& name, std::unique_ptr<ByteOutput> byte
 }
 
 bool Stream::OpenDevice(std::string* error) {
-  const VideoOutputDevice device =
+  VideoOutputDevice device =
       OpenVideoOutput(options_.device, size_, rate_, MatrixOf(options_, size_.height), error);
   if (device.descriptor < 0) return false;
   auto bytes = std::make_unique<ByteOutput>();
-  if (!bytes->Adopt(device.descriptor, options_.device, error)) return false;
+  if (!bytes->Adopt(device.descriptor, std::move(device.buffers), options_.device, error))
+    return false;
   if (!options_.quiet && (device.size.width != size_.width || device.size.height != size_.height)) {
     std::fprintf(stderr, "lumivane: %s takes %d x %d: the stream has that size\n",
                  options_.device.c_str(), device.size.width, device.size.height);

@@ -50,7 +50,13 @@ std::string SetFormat(int descriptor, PictureSize size, Ratio rate, VideoMatrix 
   if ((can & V4L2_CAP_VIDEO_OUTPUT) == 0) {
     return std::string("it takes no video: it is no output device") + kLoopbackHint;
   }
-  if ((can & V4L2_CAP_READWRITE) == 0) return "it takes no frames by write()";
+  // Shared buffers are what drivers of output devices are tried with. The loopback is the
+  // exception: it was made to be written to.
+  const bool isLoopback =
+      std::strcmp(reinterpret_cast<const char*>(capability.driver), "v4l2 loopback") == 0;
+  const bool takesWrites = (can & V4L2_CAP_READWRITE) != 0;
+  const bool usesBuffers = (can & V4L2_CAP_STREAMING) != 0 && !(isLoopback && takesWrites);
+  if (!usesBuffers && !takesWrites) return "it takes frames in no way we know";
 
   v4l2_format format{};
   format.type = V4L2_BUF_TYPE_VIDEO_OUTPUT;
@@ -85,7 +91,11 @@ std::string SetFormat(int descriptor, PictureSize size, Ratio rate, VideoMatrix 
   pace.parm.output.timeperframe = {static_cast<__u32>(rate.divisor),
                                    static_cast<__u32>(rate.number)};
   Control(descriptor, VIDIOC_S_PARM, &pace);
-  return {};
+  if (!usesBuffers) return {};
+  std::string problem;
+  device->buffers = VideoOutputBuffers::Make(
+      CallsOf(descriptor), std::size_t{set.bytesperline} * set.height, set.field, &problem);
+  return problem;
 }
 
 }  // namespace
@@ -99,6 +109,7 @@ VideoOutputDevice OpenVideoOutput(const std::string& path, PictureSize size, Rat
                             : SetFormat(device.descriptor, size, rate, matrix, &device);
   if (problem.empty()) return device;
   *error = "--device " + path + ": " + problem;
+  device.buffers.reset();
   if (device.descriptor >= 0) close(device.descriptor);
   return {};
 }

@@ -2,16 +2,20 @@
 // leaves the machine (a card's output).
 #pragma once
 
+#include <memory>
 #include <string>
 
 #include "hosts/lumivane/Commands.h"
+#include "hosts/lumivane/VideoOutputBuffers.h"
 #include "hosts/lumivane/VideoPicture.h"
 #include "hosts/lumivane/VideoStream.h"
 
 namespace lumivane {
 
 struct VideoOutputDevice {
-  int descriptor = -1;       ///< non-blocking, takes whole frames of UYVY; the caller closes it
+  int descriptor = -1;  ///< non-blocking, takes whole frames of UYVY; the caller closes it
+  /// What takes the frames; null: write() does.
+  std::unique_ptr<VideoOutputBuffers> buffers;
   PictureSize size;          ///< what the device takes: it has the last word
   std::size_t rowBytes = 0;  ///< from one row to the next
 };
