@@ -56,6 +56,7 @@ bool Intake::Take(GstSample* sample, std::optional<Nanoseconds> captured, std::s
     return false;
   }
   if (!mailbox_.Prepare(shape, error)) return false;
+  if (withheld_) return true;
   const MappedFrame mapped(&info, buffer);
   // A broken buffer costs one frame, not the camera.
   if (!mapped.ok) {

@@ -34,6 +34,12 @@ class Intake {
   /// Whether the source is open and has given frames since. Taking a frame makes it so.
   bool IsRunning() const { return running_; }
   void SetStopped() { running_ = false; }
+  /// While frames are withheld none is taken: they come, but show nothing (noise without a signal).
+  void Withhold(bool withhold) {
+    withheld_ = withhold;
+    if (withhold) running_ = false;
+  }
+  bool IsWithheld() const { return withheld_; }
 
   Mailbox& mailbox() { return mailbox_; }
   const Mailbox& mailbox() const { return mailbox_; }
@@ -41,6 +47,7 @@ class Intake {
  private:
   Mailbox mailbox_;
   std::atomic<bool> running_{false};
+  std::atomic<bool> withheld_{false};
   mutable std::mutex lock_;  // guards what follows
   RateMeter meter_;
   std::uint64_t lost_ = 0;

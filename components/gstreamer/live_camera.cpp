@@ -22,6 +22,8 @@ namespace {
 
 // How often the settings file is looked at, and a stalled source noticed.
 constexpr Nanoseconds kTick = kSecond / 2;
+// How often a device is asked whether it has a signal.
+constexpr Nanoseconds kSignalTick = kSecond;
 // A file that is over sooner is not opened again at once.
 constexpr Nanoseconds kShortestPass = kSecond / 5;
 // After so long without a failure a failure is news again.
@@ -328,8 +330,10 @@ LiveCamera::Outcome LiveCamera::Watch(Pipeline& pipeline, Plan& plan) {
   std::uint64_t seen = intake_.mailbox().Counts().received;
   const std::uint64_t atStart = seen;
   Nanoseconds lastFrame = start;
+  Nanoseconds nextSignalLook = start;
   bool proven = false;
   bool opened = false;
+  intake_.Withhold(false);
   for (;;) {
     const MailboxCounts counts = intake_.mailbox().Counts();
     if (counts.received != seen) {
@@ -368,6 +372,11 @@ LiveCamera::Outcome LiveCamera::Watch(Pipeline& pipeline, Plan& plan) {
       return Outcome::kFailed;
     }
     if (stopping_) return Outcome::kStop;
+    if (!plan.devicePath.empty() && now >= nextSignalLook) {
+      nextSignalLook = now + kSignalTick;
+      LookForSignal(plan, opened);
+    }
+    if (intake_.IsWithheld()) lastFrame = now;
     if (now - lastLook >= kTick) {
       lastLook = now;
       const Settings before = settings_;
@@ -391,6 +400,25 @@ LiveCamera::Outcome LiveCamera::Watch(Pipeline& pipeline, Plan& plan) {
     // Before the first frame there is somebody who waits for the change of state.
     WaitUntil(now + (opened ? kTick : kSecond / 50), &pipeline);
   }
+}
+
+// A capture card without a signal goes on sending: noise, or blue.
+void LiveCamera::LookForSignal(const Plan& plan, bool opened) {
+  std::string why;
+  std::string ignored;
+  WithControls(
+      plan.devicePath, [&why](const ControlDevice& device) { why = device.InputTrouble(); },
+      &ignored);
+  if (why.empty() != intake_.IsWithheld()) return;
+  intake_.Withhold(!why.empty());
+  if (!why.empty()) {
+    Trouble(plan, why);
+    return;
+  }
+  // Else the first frame says so.
+  if (!opened) return;
+  SayWhy("");
+  reporter_.Once("source " + plan.name + " is back");
 }
 
 void LiveCamera::Opened(const Plan& plan, const Pipeline& pipeline) {

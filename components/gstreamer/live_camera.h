@@ -54,6 +54,7 @@ class LiveCamera {
   void ApplyControls(const Plan& plan);
   void Trouble(const Plan& plan, const std::string& what);
   void SayWhy(const std::string& text);
+  void LookForSignal(const Plan& plan, bool opened);
   void Opened(const Plan& plan, const Pipeline& pipeline);
   /// Sleeps until `until`, a stop, or (where `pipeline` is given) an event of it.
   void WaitUntil(Nanoseconds until, const Pipeline* pipeline);

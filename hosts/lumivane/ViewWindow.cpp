@@ -64,7 +64,6 @@ std::unique_ptr<ViewWindow> ViewWindow::Open(PictureSize picture, bool headless,
                                              std::string* error) {
   // A driver that somebody asked for by name is meant, visible or not.
   const bool asked = IsSet("SDL_VIDEODRIVER");
-  if (headless && !asked) SDL_SetHint(SDL_HINT_VIDEODRIVER, "dummy,offscreen");
   if (!headless && !asked && !IsSet("DISPLAY") && !IsSet("WAYLAND_DISPLAY")) {
     *error = kNoDisplay;
     return nullptr;
@@ -74,6 +73,8 @@ std::unique_ptr<ViewWindow> ViewWindow::Open(PictureSize picture, bool headless,
   SDL_SetHint(SDL_HINT_RENDER_SCALE_QUALITY, "linear");
   SDL_SetHint(SDL_HINT_VIDEO_X11_NET_WM_BYPASS_COMPOSITOR, "0");
   std::unique_ptr<ViewWindow> view(new ViewWindow);
+  // SDL has its driver without any hardware only for those who ask for it alone.
+  if (headless && !asked) SDL_SetHint(SDL_HINT_VIDEODRIVER, "dummy");
   if (SDL_Init(SDL_INIT_VIDEO) != 0) {
     *error = std::string("no window: ") + SDL_GetError();
     if (!headless && !asked) *error = std::string(kNoDisplay) + " (" + SDL_GetError() + ")";

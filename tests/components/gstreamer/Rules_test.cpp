@@ -15,6 +15,7 @@
 #include "components/gstreamer/controls.h"
 #include "components/gstreamer/dead_device.h"
 #include "components/gstreamer/format_choice.h"
+#include "components/gstreamer/intake.h"
 #include "components/gstreamer/mailbox.h"
 #include "tests/components/gstreamer/GStreamerStart.h"
 #include "tests/support/HermeticHome.h"
@@ -300,6 +301,47 @@ TEST(Cameras, HoldersAreNamed) {
   EXPECT_EQ(HoldersOf("/dev/null", proc.path().string()), "obs (process 17)");
   EXPECT_EQ(HoldersOf("/dev/full", proc.path().string()), "");
   EXPECT_EQ(HoldersOf("/dev/null", "/no/such/proc"), "");
+}
+
+// ---- Frames that show nothing
+
+struct SampleUnref {
+  void operator()(GstSample* sample) const { gst_sample_unref(sample); }
+};
+
+std::unique_ptr<GstSample, SampleUnref> GreyFrame() {
+  GstVideoInfo info;
+  gst_video_info_set_format(&info, GST_VIDEO_FORMAT_UYVY, 16, 16);
+  GstCaps* const caps = gst_video_info_to_caps(&info);
+  GstBuffer* const buffer = gst_buffer_new_allocate(nullptr, info.size, nullptr);
+  gst_buffer_memset(buffer, 0, 128, info.size);
+  std::unique_ptr<GstSample, SampleUnref> sample(gst_sample_new(buffer, caps, nullptr, nullptr));
+  gst_buffer_unref(buffer);
+  gst_caps_unref(caps);
+  return sample;
+}
+
+TEST(CameraIntake, WithheldFramesAreNotTaken) {
+  ASSERT_NO_FATAL_FAILURE(StartGStreamer());
+  Intake intake;
+  std::string error;
+  const auto frame = GreyFrame();
+  intake.Withhold(true);
+  EXPECT_TRUE(intake.IsWithheld());
+  EXPECT_TRUE(intake.Take(frame.get(), std::nullopt, &error)) << "the source is in order";
+  EXPECT_FALSE(intake.IsRunning());
+  EXPECT_EQ(intake.mailbox().Counts().received, 0u);
+
+  intake.Withhold(false);
+  EXPECT_FALSE(intake.IsRunning()) << "not before there is a frame";
+  EXPECT_TRUE(intake.Take(frame.get(), std::nullopt, &error)) << error;
+  EXPECT_TRUE(intake.IsRunning());
+  EXPECT_EQ(intake.mailbox().Counts().received, 1u);
+
+  intake.Withhold(true);
+  EXPECT_FALSE(intake.IsRunning()) << "what was shown last grows old";
+  EXPECT_TRUE(intake.Take(frame.get(), std::nullopt, &error));
+  EXPECT_EQ(intake.mailbox().Counts().received, 1u);
 }
 
 // ---- Devices that are gone

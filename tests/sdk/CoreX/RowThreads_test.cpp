@@ -209,10 +209,19 @@ TEST_F(RowThreadsTest, TakeNoSignals) {
     __SANITIZE_THREAD__)  // whose runtime does not live through a fork of a threaded process
 TEST_F(RowThreadsTest, DoNotHangAFork) {
   RowThreads::SetCount(3);
-  std::atomic<bool> stop{false};
-  std::thread other([&] {
-    while (!stop) RowThreads::ForRows(64, kLargeRow, [](int, int) {});
+  // No thread is still being started when the process forks: a sanitizer's runtime has locks of its
+  // own for that, which would stay held in the child.
+  std::atomic<int> inside{0};
+  RowThreads::ForRows(64, kLargeRow, [&](int, int) {
+    ++inside;
+    while (inside < 3) std::this_thread::yield();
   });
+  std::atomic<bool> stop{false};
+  std::atomic<int> rounds{0};
+  std::thread other([&] {
+    for (; !stop; ++rounds) RowThreads::ForRows(64, kLargeRow, [](int, int) {});
+  });
+  while (rounds == 0) std::this_thread::yield();
   for (int i = 0; i < 20; ++i) {
     const pid_t child = fork();
     if (child == 0) {
