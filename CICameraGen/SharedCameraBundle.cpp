@@ -20,6 +20,10 @@ SharedCameraBundle::SharedCameraBundle(CFStringRef fileName, const char* baseNam
 
 SharedCameraBundle::~SharedCameraBundle() = default;
 
+void SharedCameraBundle::Unload() {
+  mDLL.Unload();
+}
+
 bool SharedCameraBundle::IsLoadedPrefix() {
   if (mDLL.IsLoaded()) return true;
   mDLL.SetBundleName(mFileName);
@@ -48,4 +52,10 @@ bool SharedCameraBundle::AlreadyInstalledSomewhere() const {
   if (userURL != nullptr) CFRelease(userURL);
   if (systemURL != nullptr) CFRelease(systemURL);
   return CoreUnixPath::FileExistsRead(userPath) || CoreUnixPath::FileExistsRead(systemPath);
+}
+
+/// Called before the plug-in is unloaded. Its static objects would unload the component as well,
+/// but while the dynamic loader is locked: too late for a component that has threads to join.
+extern "C" __attribute__((visibility("default"))) void LumivaneBundle_WillUnload() {
+  SharedCameraBundle::sComponent.Unload();
 }

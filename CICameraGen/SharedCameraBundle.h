@@ -30,6 +30,9 @@ class SharedCameraBundle : public CoreResourceBundle {
   /// then the local components folder.
   bool IsLoadedPrefix();
 
+  /// Unloads the component; the next frame asked for loads it again.
+  void Unload();
+
   /// Fills `camera`, whose structSize the caller has set to 24, with the component's current frame.
   /// The frame's memory stays the component's and holds still until the next call. 0: no component,
   /// a component without the entry point, or no frame.

@@ -96,7 +96,9 @@ class Component {
           dlsym(handle_, LUMIVANE_CAMERA_FUNCTION2));
   }
   ~Component() {
-    if (handle_ != nullptr) dlclose(handle_);
+    if (handle_ == nullptr) return;
+    reinterpret_cast<void (*)()>(dlsym(handle_, LUMIVANE_CAMERA_WILL_UNLOAD_FUNCTION))();
+    dlclose(handle_);
   }
   /// Null when there is no frame.
   const void* Ask() {

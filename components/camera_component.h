@@ -23,8 +23,11 @@
  *   component starts are its own affair; they start on the first call, not when the component is
  *   loaded (a component is also loaded to be looked at), and are joined when it is unloaded.
  * - Unloading. The component may be unloaded at any time between two calls and loaded again later
- * in the same process. A function with __attribute__((destructor)) then joins its threads, frees
- * its frames and closes its devices. Nothing of it may run or be registered afterwards.
+ *   in the same process. LumivaneBundle_WillUnload, where there is one, and after it a function
+ * with
+ *   __attribute__((destructor)) then join its threads, free its frames and close its devices.
+ *   Nothing of it may run or be registered afterwards. At the end of the process the destructor
+ *   may be all that is called.
  * - Errors. Nothing is thrown or raised out of an entry point, and the process is never ended. No
  *   frame: return 0, and the filter shows its no-camera picture.
  */
@@ -136,6 +139,8 @@ LUMIVANE_CAMERA_CHECK(statusSource, offsetof(LumivaneCameraStatus, source) == 88
 #error "the camera record is little-endian"
 #endif
 
+#define LUMIVANE_CAMERA_WILL_UNLOAD_FUNCTION "LumivaneBundle_WillUnload"
+
 /* Marks an entry point: exported under its plain name, whatever the default visibility. */
 #define LUMIVANE_CAMERA_ENTRY __attribute__((visibility("default")))
 
@@ -161,6 +166,15 @@ LUMIVANE_CAMERA_ENTRY int32_t __public_fn2(tagSHARED_CAMERA_BUFFER* record);
  * call of __public_fn2.
  */
 LUMIVANE_CAMERA_ENTRY int32_t LumivaneCamera_CopyStatus(LumivaneCameraStatus* status);
+
+/*
+ * Optional. The host calls it before it unloads the component, while no other function of the
+ * component is being called. Here is the place to join threads: destructors run with the dynamic
+ * loader's lock held, and a thread that loads or unloads a library meanwhile, as media libraries
+ * and drivers do at any time, never ends while somebody who holds that lock waits for it. May be
+ * called several times, and __public_fn2 may follow after all: that starts the camera again.
+ */
+LUMIVANE_CAMERA_ENTRY void LumivaneBundle_WillUnload(void);
 
 /* ---- Frames below 4 GiB ----
  *

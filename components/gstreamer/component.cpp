@@ -1,10 +1,14 @@
 // The entry points of the GStreamer camera component.
 
+#include <dlfcn.h>
+
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 #include <exception>
 #include <mutex>
 #include <string>
+#include <utility>
 
 #include "components/camera_component.h"
 #include "components/gstreamer/live_camera.h"
@@ -23,19 +27,56 @@ void ReportOnce(const std::string& text) {
   sReported = true;
 }
 
+// Keeps the component's code where it is while the camera's thread runs in it. GStreamer's threads
+// load and unload libraries, and wait for the dynamic loader's lock to do so; a destructor run by
+// dlclose holds that lock, and must not wait for them. So dlclose alone does not unload a running
+// component: LumivaneBundle_WillUnload is called first.
+class CodeHolder {
+ public:
+  void Hold() {
+    Dl_info info = {};
+    if (handle_ == nullptr && dladdr(&sLock, &info) != 0)
+      handle_ = dlopen(info.dli_fname, RTLD_NOW | RTLD_NOLOAD);
+  }
+  void Release() {
+    if (handle_ != nullptr) dlclose(std::exchange(handle_, nullptr));
+  }
+  void HoldForGood() { handle_ = nullptr; }
+
+ private:
+  void* handle_ = nullptr;
+};
+
+CodeHolder sCode;
+
 // Null in a copy of the process that was forked after the start: GStreamer's threads and locks do
 // not go along, and what waits for them would wait for ever.
 LiveCamera* RunningCamera() {
-  if (sCamera == nullptr) sCamera = new LiveCamera;
+  if (sCamera == nullptr) {
+    sCode.Hold();
+    sCamera = new LiveCamera;
+  }
   if (sCamera->IsRunningHere()) return sCamera;
   ReportOnce("a forked copy of a program that shows a camera has no camera of its own");
   return nullptr;
 }
 
-// Runs when the component is unloaded, and when the process ends.
+// A camera that does not end in this time hangs in its driver; what waits for it would hang too.
+constexpr std::chrono::seconds kPatience{3};
+
+// Whether no thread of the camera runs any more.
+bool EndCamera() {
+  LiveCamera* const camera = std::exchange(sCamera, nullptr);
+  if (camera == nullptr || !camera->IsRunningHere()) return true;
+  // One that does not end keeps what it works with, its code included.
+  if (!camera->Stop(kPatience)) return false;
+  delete camera;
+  return true;
+}
+
+// Runs when the process ends, and when the component is unloaded before it had a camera.
 __attribute__((destructor)) void StopCamera() {
-  if (sCamera != nullptr && sCamera->IsRunningHere()) delete sCamera;
-  sCamera = nullptr;
+  EndCamera();
 }
 
 }  // namespace
@@ -68,6 +109,15 @@ LUMIVANE_CAMERA_ENTRY int32_t LumivaneCamera_CopyStatus(LumivaneCameraStatus* st
   full.structSize = std::min<std::uint32_t>(status->structSize, sizeof(full));
   std::memcpy(status, &full, full.structSize);
   return 1;
+}
+
+LUMIVANE_CAMERA_ENTRY void LumivaneBundle_WillUnload(void) {
+  const std::lock_guard guard(sLock);
+  if (EndCamera()) {
+    sCode.Release();
+  } else {
+    sCode.HoldForGood();
+  }
 }
 
 // Names every camera component carries; no host calls them.

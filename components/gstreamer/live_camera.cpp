@@ -69,13 +69,25 @@ LiveCamera::LiveCamera() : processId_(getpid()) {
   sigfillset(&all);
   pthread_sigmask(SIG_BLOCK, &all, &before);
   try {
-    thread_ = std::thread(&LiveCamera::Run, this);
+    thread_ = std::thread([this] {
+      Run();
+      const std::lock_guard guard(endLock_);
+      ended_ = true;
+      ends_.notify_all();
+    });
   } catch (...) {
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
     close(wakeFile_);
     throw;
   }
   pthread_sigmask(SIG_SETMASK, &before, nullptr);
+}
+
+bool LiveCamera::Stop(std::chrono::milliseconds patience) {
+  stopping_ = true;
+  eventfd_write(wakeFile_, 1);
+  std::unique_lock lock(endLock_);
+  return ends_.wait_for(lock, patience, [this] { return ended_; });
 }
 
 LiveCamera::~LiveCamera() {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -22,13 +23,19 @@ class LiveCamera {
   /// Starts the thread; everything else, GStreamer's own start too, is the thread's. Throws
   /// std::system_error when there is no thread or no file left.
   LiveCamera();
-  /// Stops the source and joins the thread. Only where IsRunningHere.
+  /// Stops the source and joins the thread. Only where IsRunningHere, and only after a Stop that
+  /// went well if the caller has no time to wait.
   ~LiveCamera();
   LiveCamera(const LiveCamera&) = delete;
   LiveCamera& operator=(const LiveCamera&) = delete;
 
   /// Whether the thread belongs to this process and not to one that this one was forked from.
   bool IsRunningHere() const;
+
+  /// Tells the thread to end and waits for it, `patience` at most. False when it is still busy
+  /// then: a driver may hang for good. The object must live on in that case, for the thread uses
+  /// it.
+  bool Stop(std::chrono::milliseconds patience);
 
   /// The newest frame. False when there is none to show. Never waits.
   bool Newest(tagSHARED_CAMERA_BUFFER* record);
@@ -87,6 +94,10 @@ class LiveCamera {
   Reporter settingsReporter_;
   bool hadFrames_ = false;  // in the round of tries that is going on
   int attempt_ = 0;
+
+  std::mutex endLock_;
+  std::condition_variable ends_;
+  bool ended_ = false;  // guarded by endLock_: the thread does nothing more
 
   std::thread thread_;
 };

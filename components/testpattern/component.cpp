@@ -112,6 +112,11 @@ LUMIVANE_CAMERA_ENTRY int32_t LumivaneCamera_CopyStatus(LumivaneCameraStatus* st
   return 1;
 }
 
+LUMIVANE_CAMERA_ENTRY void LumivaneBundle_WillUnload(void) {
+  const std::lock_guard guard(sLock);
+  StopSource();
+}
+
 // Names every camera component carries; no host calls them.
 LUMIVANE_CAMERA_ENTRY int32_t __public_fn0(void) {
   return 0;

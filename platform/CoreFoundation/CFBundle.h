@@ -92,6 +92,12 @@ Boolean CFBundleIsExecutableLoaded(CFBundleRef bundle);
 /// Runs the executable's finalisers and unmaps it, for everybody who holds the bundle; it may be
 /// loaded again. Does nothing when it is not loaded and for the main bundle. The last release of a
 /// loaded bundle unloads it too.
+///
+/// An executable may define `extern "C" void LumivaneBundle_WillUnload()`. It is called before its
+/// last unloading through bundles, on the thread that unloads and with no lock held. Finalisers run
+/// with the dynamic loader's lock held, and a thread that is just loading or unloading something
+/// (drivers and media libraries do) waits for that lock: who joins such a thread in a finaliser
+/// waits for ever. It is joined here instead.
 void CFBundleUnloadExecutable(CFBundleRef bundle);
 /// The function or object of that name in the executable or in what it is linked against; in the
 /// whole program for the main bundle. Loads the executable if it is not. Null when the name is not

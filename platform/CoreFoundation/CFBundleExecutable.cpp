@@ -40,6 +40,12 @@ struct ImageTable {
     entry.file = file;
     ++entry.count;
   }
+  /// Whether nobody else has loaded `image` through here.
+  bool isLast(void* image) {
+    const std::lock_guard guard(lock);
+    const auto entry = images.find(image);
+    return entry != images.end() && entry->second.count == 1;
+  }
   void leave(void* image) {
     const std::lock_guard guard(lock);
     const auto entry = images.find(image);
@@ -92,8 +98,22 @@ Mapping Map(const std::string& path, const FileStamp& file, std::string& error) 
   }
 }
 
+/// Tells the executable. Not what it is linked against, where a look-up goes on.
+void SayWillUnload(const Mapping& mapping) {
+  void* const function = dlsym(mapping.handle, "LumivaneBundle_WillUnload");
+  Dl_info info{};
+  link_map* owner = nullptr;
+  if (function == nullptr ||
+      dladdr1(function, &info, reinterpret_cast<void**>(&owner), RTLD_DL_LINKMAP) == 0 ||
+      owner != mapping.image) {
+    return;
+  }
+  reinterpret_cast<void (*)()>(function)();
+}
+
 void Unmap(const Mapping& mapping) {
   if (mapping.handle == nullptr) return;
+  if (Images().isLast(mapping.image)) SayWillUnload(mapping);
   Images().leave(mapping.image);
   dlclose(mapping.handle);
 }

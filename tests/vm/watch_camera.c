@@ -28,7 +28,9 @@ int main(int argc, char** argv) {
   int32_t (*copyStatus)(LumivaneCameraStatus*) = NULL;
   *(void**)&newest = dlsym(library, "__public_fn2");
   *(void**)&copyStatus = dlsym(library, LUMIVANE_CAMERA_STATUS_FUNCTION);
-  if (newest == NULL || copyStatus == NULL) return 1;
+  void (*willUnload)(void) = NULL;
+  *(void**)&willUnload = dlsym(library, LUMIVANE_CAMERA_WILL_UNLOAD_FUNCTION);
+  if (newest == NULL || copyStatus == NULL || willUnload == NULL) return 1;
 
   const double start = Now();
   double end = start;
@@ -52,10 +54,12 @@ int main(int argc, char** argv) {
     status.structSize = sizeof(status);
     if (!copyStatus(&status)) return 1;
     if (status.state != state || now - said >= 1) {
-      printf("%.3f %s answered=%d source=%s size=%dx%d rate=%.1f received=%llu opened=%u slowest=%.1fms",
-             now - start, status.state < 3 ? kStates[status.state] : "?", answered != 0,
-             status.source, status.frameWidth, status.frameHeight, status.rate,
-             (unsigned long long)status.received, status.opened, longest * 1e3);
+      printf(
+          "%.3f %s answered=%d source=%s size=%dx%d rate=%.1f received=%llu opened=%u "
+          "slowest=%.1fms",
+          now - start, status.state < 3 ? kStates[status.state] : "?", answered != 0, status.source,
+          status.frameWidth, status.frameHeight, status.rate, (unsigned long long)status.received,
+          status.opened, longest * 1e3);
       if (answered && record.pixelFormat == LUMIVANE_CAMERA_FORMAT_2VUY) {
         const unsigned char* const pixel =
             (const unsigned char*)(uintptr_t)record.frameBufferPtr +
@@ -69,5 +73,6 @@ int main(int argc, char** argv) {
     }
     nanosleep(&(struct timespec){0, 20000000}, NULL);
   }
+  willUnload();
   return dlclose(library) == 0 ? 0 : 1;
 }

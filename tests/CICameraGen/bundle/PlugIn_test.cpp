@@ -320,6 +320,20 @@ TEST_F(PlugInUnloading, FiftyTimesWithAComponentLeavesNothing) {
   EXPECT_TRUE(test::ThreadsFallTo(threads));
 }
 
+TEST_F(PlugInUnloading, EndsACameraWhoseThreadLoadsLibraries) {
+  const fs::path component = test::InstallCamera(test::UserComponents(), LOADING_CAMERA);
+  for (int i = 0; i < 20; ++i) {
+    Load();
+    CILumivaneInput* const filter = NewFilter();
+    ASSERT_TRUE(ShowsNoCamera(filter));
+    EXPECT_TRUE(test::IsMapped(component));
+    Dispose(filter);
+    Unload();
+    ASSERT_FALSE(test::IsMapped(PLUGIN_EXECUTABLE)) << i;
+    ASSERT_FALSE(test::IsMapped(component)) << i;
+  }
+}
+
 TEST_F(PlugInUnloading, FiftyTimesWithoutAComponentLeavesNothing) {
   for (int i = 0; i < 50; ++i) {
     Load();

@@ -46,13 +46,20 @@ class Component {
         dlsym(handle_, LUMIVANE_CAMERA_FUNCTION2));
     status_ = reinterpret_cast<int32_t (*)(LumivaneCameraStatus*)>(
         dlsym(handle_, LUMIVANE_CAMERA_STATUS_FUNCTION));
+    willUnload_ =
+        reinterpret_cast<void (*)()>(dlsym(handle_, LUMIVANE_CAMERA_WILL_UNLOAD_FUNCTION));
     ASSERT_NE(frame_, nullptr);
     ASSERT_NE(status_, nullptr);
+    ASSERT_NE(willUnload_, nullptr);
   }
   void Unload() {
-    if (handle_ != nullptr) dlclose(handle_);
+    if (handle_ == nullptr) return;
+    willUnload_();
+    dlclose(handle_);
     handle_ = nullptr;
   }
+  /// Ends the camera's threads; the component stays loaded.
+  void WillUnload() { willUnload_(); }
 
   /// Asks for the newest frame; false when there is none.
   bool Ask() {
@@ -107,6 +114,7 @@ class Component {
   void* handle_ = nullptr;
   int32_t (*frame_)(tagSHARED_CAMERA_BUFFER*) = nullptr;
   int32_t (*status_)(LumivaneCameraStatus*) = nullptr;
+  void (*willUnload_)() = nullptr;
 };
 
 /// Runs a pipeline of gst-launch's notation to its end.

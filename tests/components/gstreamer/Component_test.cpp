@@ -444,6 +444,30 @@ TEST(GstCameraModule, LeavesNothingBehindAfterManyLoads) {
   }
 }
 
+TEST(GstCameraModule, StaysWhereItIsWhileItsThreadRuns) {
+  Component camera({{"SOURCE", "test"}, {"SIZE", "160x120"}});
+  ASSERT_TRUE(camera.UntilFrame());
+  void* const handle = dlopen(GSTCAMERA_MODULE, RTLD_NOW | RTLD_NOLOAD);
+  dlclose(handle);
+  dlclose(handle);  // the camera's own: without a word before it this ends nothing
+  EXPECT_GT(test::CountMappings("LumivaneXXX.component"), 0);
+  EXPECT_TRUE(camera.UntilFrame());
+  ASSERT_NE(dlopen(GSTCAMERA_MODULE, RTLD_NOW | RTLD_NOLOAD), nullptr);
+}
+
+TEST(GstCameraModule, GoesOnWhenItIsNotUnloadedAfterAll) {
+  Component camera({{"SOURCE", "test"}, {"SIZE", "160x120"}});
+  ASSERT_TRUE(camera.UntilFrame());
+  const int threads = test::CountThreads();
+  for (int i = 0; i < 3; ++i) {
+    camera.WillUnload();
+    camera.WillUnload();
+    EXPECT_LT(test::CountThreads(), threads);
+    EXPECT_EQ(camera.Status().state, LUMIVANE_CAMERA_STATE_NONE);
+    ASSERT_TRUE(camera.UntilFrame());
+  }
+}
+
 TEST(GstCameraModule, NeverBlocksTheCaller) {
   // Nobody answers at this address of the documentation's own network.
   for (const char* source : {"test", "http://192.0.2.1/x", "auto"}) {

@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "tests/components/gstreamer/Component.h"
+#include "tests/support/ProcessState.h"
 
 namespace {
 
@@ -159,6 +160,20 @@ class HttpCamera {
   std::atomic<bool> stalled_{false};
   std::thread thread_;
 };
+
+TEST(GstCameraStream, IsUnloadedWhileItConnects) {
+  // With a new connection GLib loads and unloads libraries: one of these pauses meets it there.
+  HttpCamera server(0, std::string(3000, 'x'));
+  Component camera(Pairs{{"SOURCE", "http://127.0.0.1:" + std::to_string(server.port()) + "/"},
+                         {"SIZE", "160x120"}});
+  for (int i = 0; i < 40; ++i) {
+    camera.Ask();
+    std::this_thread::sleep_for(std::chrono::milliseconds(i));
+    camera.Unload();
+    ASSERT_EQ(test::CountMappings("LumivaneXXX.component"), 0) << i;
+    ASSERT_NO_FATAL_FAILURE(camera.Load());
+  }
+}
 
 TEST(GstCameraStream, ShowsAnHttpCameraAndOutlivesItsSilenceAndItsEnd) {
   const test::TempFolder folder;

@@ -90,6 +90,69 @@ TEST(CFBundle, LoadsAFolderBundle) {
   EXPECT_TRUE(CFBundleLoadExecutable(bundle)) << "and again";
 }
 
+// ---- Before it is unloaded
+
+namespace {
+
+/// Has the farewells of the module in the bundle counted in `farewells`; loads it.
+void CountFarewells(CFBundleRef bundle, int* farewells) {
+  auto* const count = reinterpret_cast<void (*)(int*)>(
+      CFBundleGetFunctionPointerForName(bundle, CFSTR("count_farewells")));
+  ASSERT_NE(count, nullptr);
+  count(farewells);
+}
+
+}  // namespace
+
+TEST(CFBundleFarewell, IsSaidWhileTheDynamicLoaderIsFree) {
+  const TempFolder folder;
+  const fs::path path = folder / "A.component";
+  test::MakeFolderBundle(path, kModules / "farewell");
+  int farewells = 0;
+  {
+    const Bundle bundle = Create(path);
+    for (int i = 0; i < 3; ++i) {
+      ASSERT_NO_FATAL_FAILURE(CountFarewells(bundle, &farewells));
+      EXPECT_EQ(farewells, i);
+      CFBundleUnloadExecutable(bundle);
+      EXPECT_EQ(farewells, i + 1);
+    }
+    CFBundleUnloadExecutable(bundle);
+    EXPECT_EQ(farewells, 3) << "nothing was loaded";
+    ASSERT_NO_FATAL_FAILURE(CountFarewells(bundle, &farewells));
+  }
+  EXPECT_EQ(farewells, 4) << "the last release unloads too";
+  EXPECT_FALSE(test::IsMapped(path / "Contents/Linux/A"));
+}
+
+TEST(CFBundleFarewell, IsSaidOnceByTheLastOfSeveralBundlesOfOneExecutable) {
+  const TempFolder folder;
+  const fs::path path = folder / "A.component";
+  test::MakeLibraryBundle(path, kModules / "farewell");
+  fs::create_symlink(path, folder / "B.component");
+  int farewells = 0;
+  const Bundle one = Create(path);
+  const Bundle two = Create(folder / "B.component");
+  ASSERT_NE(one.get(), two.get());
+  ASSERT_NO_FATAL_FAILURE(CountFarewells(one, &farewells));
+  ASSERT_NO_FATAL_FAILURE(CountFarewells(two, &farewells));
+  CFBundleUnloadExecutable(one);
+  EXPECT_EQ(farewells, 0);
+  CFBundleUnloadExecutable(two);
+  EXPECT_EQ(farewells, 1);
+}
+
+TEST(CFBundleFarewell, IsNotThatOfALibraryItIsLinkedAgainst) {
+  const TempFolder folder;
+  test::MakeLibraryBundle(folder / "A.component", kModules / "leans_on_farewell");
+  int farewells = 0;
+  const Bundle bundle = Create(folder / "A.component");
+  EXPECT_EQ(Answer(bundle), 3);
+  ASSERT_NO_FATAL_FAILURE(CountFarewells(bundle, &farewells));
+  CFBundleUnloadExecutable(bundle);
+  EXPECT_EQ(farewells, 0);
+}
+
 TEST(CFBundle, LoadsAPlainLibrary) {
   const TempFolder folder;
   const fs::path path = folder / "LumivaneXXX.component";
