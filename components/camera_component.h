@@ -38,6 +38,7 @@
 #include <stddef.h>
 #include <stdint.h>
 #include <stdio.h>
+#include <string.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -321,9 +322,42 @@ static inline int LumivaneCamera_SetPixels(tagSHARED_CAMERA_BUFFER* record, cons
   return fits;
 }
 
+/*
+ * Fills the record with a frame of width x height pixels whose rows follow each other without
+ * padding: two bytes a pixel of 2vuy, else four. 0, with frameBufferPtr set to 0 (no frame), when
+ * the address does not fit or a side is not 1..32767.
+ */
+static inline int LumivaneCamera_SetFrame(tagSHARED_CAMERA_BUFFER* record, const void* pixels,
+                                          int width, int height, uint32_t pixelFormat) {
+  const uint32_t pixelBytes = pixelFormat == LUMIVANE_CAMERA_FORMAT_2VUY ? 2 : 4;
+  record->frameBufferPtr = 0;
+  if (width < 1 || width > INT16_MAX || height < 1 || height > INT16_MAX) return 0;
+  record->rowBytes = pixelBytes * (uint32_t)width;
+  record->dataSize = record->rowBytes * (uint32_t)height;
+  record->frameWidth = (int16_t)width;
+  record->frameHeight = (int16_t)height;
+  record->pixelFormat = pixelFormat;
+  return LumivaneCamera_SetPixels(record, pixels);
+}
+
 /* The frame's first byte; null when the record holds no frame. */
 static inline const void* LumivaneCamera_GetPixels(const tagSHARED_CAMERA_BUFFER* record) {
   return (const void*)(uintptr_t)record->frameBufferPtr;
+}
+
+/*
+ * The rules of LumivaneCamera_CopyStatus, for a component that has filled a whole status of its
+ * own: copies of it what the caller has room for, and says how much that was. full->structSize is
+ * not looked at. Returns what LumivaneCamera_CopyStatus returns.
+ */
+static inline int LumivaneCamera_StoreStatus(LumivaneCameraStatus* status,
+                                             const LumivaneCameraStatus* full) {
+  uint32_t size = (uint32_t)sizeof(*full);
+  if (status == NULL || status->structSize < LUMIVANE_CAMERA_STATUS_MINIMUM) return 0;
+  if (status->structSize < size) size = status->structSize;
+  memcpy(status, full, size);
+  status->structSize = size;
+  return 1;
 }
 
 #ifdef __cplusplus

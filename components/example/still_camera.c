@@ -27,13 +27,7 @@ static int MakeFrame(void) {
 int32_t __public_fn2(tagSHARED_CAMERA_BUFFER* record) {
   if (record->structSize != LUMIVANE_CAMERA_RECORD_SIZE) return 0;
   if (sFrame == NULL && !MakeFrame()) return 0;
-  LumivaneCamera_SetPixels(record, sFrame);
-  record->rowBytes = kRowBytes;
-  record->dataSize = kSize;
-  record->frameWidth = kWidth;
-  record->frameHeight = kHeight;
-  record->pixelFormat = LUMIVANE_CAMERA_FORMAT_ARGB;
-  return 1;
+  return LumivaneCamera_SetFrame(record, sFrame, kWidth, kHeight, LUMIVANE_CAMERA_FORMAT_ARGB);
 }
 
 __attribute__((destructor)) static void FreeFrame(void) {

@@ -97,7 +97,6 @@ LUMIVANE_CAMERA_ENTRY int32_t __public_fn2(tagSHARED_CAMERA_BUFFER* record) {
 }
 
 LUMIVANE_CAMERA_ENTRY int32_t LumivaneCamera_CopyStatus(LumivaneCameraStatus* status) {
-  if (status == nullptr || status->structSize < LUMIVANE_CAMERA_STATUS_MINIMUM) return 0;
   const std::lock_guard guard(sLock);
   LumivaneCameraStatus full = {};
   if (sCamera != nullptr && sCamera->IsRunningHere()) {
@@ -106,9 +105,7 @@ LUMIVANE_CAMERA_ENTRY int32_t LumivaneCamera_CopyStatus(LumivaneCameraStatus* st
     full.age = UINT64_MAX;
     std::strcpy(full.message, "no frame has been asked for yet");
   }
-  full.structSize = std::min<std::uint32_t>(status->structSize, sizeof(full));
-  std::memcpy(status, &full, full.structSize);
-  return 1;
+  return LumivaneCamera_StoreStatus(status, &full);
 }
 
 LUMIVANE_CAMERA_ENTRY void LumivaneBundle_WillUnload(void) {

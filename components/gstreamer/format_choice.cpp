@@ -78,7 +78,7 @@ std::string PixelFormatOf(const GstStructure* structure) {
 }
 
 std::string NameOf(const GstStructure* structure) {
-  const std::string media = gst_structure_get_name(structure);
+  std::string media = gst_structure_get_name(structure);
   if (media == "video/x-raw") {
     const std::string format = PixelFormatOf(structure);
     return format.empty() ? "raw" : format;

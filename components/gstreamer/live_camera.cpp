@@ -41,6 +41,10 @@ std::string StampOf(const std::string& path) {
          std::to_string(info.st_mtim.tv_sec) + "." + std::to_string(info.st_mtim.tv_nsec);
 }
 
+std::uint32_t CodeOf(PixelFormat format) {
+  return format == PixelFormat::kArgb ? LUMIVANE_CAMERA_FORMAT_ARGB : LUMIVANE_CAMERA_FORMAT_2VUY;
+}
+
 // Cut between characters where it is too long.
 template <std::size_t kSize>
 void CopyText(const std::string& text, char (&field)[kSize]) {
@@ -111,15 +115,9 @@ bool LiveCamera::Newest(tagSHARED_CAMERA_BUFFER* record) {
   Mailbox& mailbox = intake_.mailbox();
   if (StateNow(Now(), mailbox.Counts().newest.ready) == State::kNone) return false;
   FrameShape shape;
-  if (!mailbox.shape(&shape) || LumivaneCamera_SetPixels(record, mailbox.Newest()) == 0)
-    return false;
-  record->rowBytes = shape.RowBytes();
-  record->dataSize = shape.DataSize();
-  record->frameWidth = static_cast<std::int16_t>(shape.size.width);
-  record->frameHeight = static_cast<std::int16_t>(shape.size.height);
-  record->pixelFormat = shape.format == PixelFormat::kArgb ? LUMIVANE_CAMERA_FORMAT_ARGB
-                                                           : LUMIVANE_CAMERA_FORMAT_2VUY;
-  return true;
+  if (!mailbox.shape(&shape)) return false;
+  return LumivaneCamera_SetFrame(record, mailbox.Newest(), shape.size.width, shape.size.height,
+                                 CodeOf(shape.format)) != 0;
 }
 
 LumivaneCameraStatus LiveCamera::Status() const {
@@ -148,8 +146,7 @@ LumivaneCameraStatus LiveCamera::Status() const {
   if (intake_.mailbox().shape(&shape)) {
     status.frameWidth = static_cast<std::int16_t>(shape.size.width);
     status.frameHeight = static_cast<std::int16_t>(shape.size.height);
-    status.pixelFormat = shape.format == PixelFormat::kArgb ? LUMIVANE_CAMERA_FORMAT_ARGB
-                                                            : LUMIVANE_CAMERA_FORMAT_2VUY;
+    status.pixelFormat = CodeOf(shape.format);
   }
   const std::lock_guard guard(textLock_);
   CopyText(sourceName_, status.source);

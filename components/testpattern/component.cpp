@@ -41,6 +41,10 @@ FrameSource* RunningSource() {
   return sSource;
 }
 
+std::uint32_t CodeOf(PixelFormat format) {
+  return format == PixelFormat::kArgb ? LUMIVANE_CAMERA_FORMAT_ARGB : LUMIVANE_CAMERA_FORMAT_2VUY;
+}
+
 LumivaneCameraStatus StatusOf(const FrameSource& source) {
   const testpattern::FrameCounts counts = source.Counts();
   const testpattern::Settings& settings = source.settings();
@@ -57,8 +61,7 @@ LumivaneCameraStatus StatusOf(const FrameSource& source) {
   status.opened = 1;
   status.frameWidth = static_cast<std::int16_t>(settings.width);
   status.frameHeight = static_cast<std::int16_t>(settings.height);
-  status.pixelFormat = settings.format == PixelFormat::kArgb ? LUMIVANE_CAMERA_FORMAT_ARGB
-                                                             : LUMIVANE_CAMERA_FORMAT_2VUY;
+  status.pixelFormat = CodeOf(settings.format);
   std::strcpy(status.source, "test pattern");
   return status;
 }
@@ -80,14 +83,8 @@ LUMIVANE_CAMERA_ENTRY int32_t __public_fn2(tagSHARED_CAMERA_BUFFER* record) {
   try {
     FrameSource* const source = RunningSource();
     const testpattern::Settings& settings = source->settings();
-    if (LumivaneCamera_SetPixels(record, source->Newest()) == 0) return 0;
-    record->rowBytes = settings.RowBytes();
-    record->dataSize = settings.DataSize();
-    record->frameWidth = static_cast<int16_t>(settings.width);
-    record->frameHeight = static_cast<int16_t>(settings.height);
-    record->pixelFormat = settings.format == PixelFormat::kArgb ? LUMIVANE_CAMERA_FORMAT_ARGB
-                                                                : LUMIVANE_CAMERA_FORMAT_2VUY;
-    return 1;
+    return LumivaneCamera_SetFrame(record, source->Newest(), settings.width, settings.height,
+                                   CodeOf(settings.format));
   } catch (const std::exception& failure) {
     // Tried again at the next call, since memory may come free; reported once.
     if (!failureReported)
@@ -98,7 +95,6 @@ LUMIVANE_CAMERA_ENTRY int32_t __public_fn2(tagSHARED_CAMERA_BUFFER* record) {
 }
 
 LUMIVANE_CAMERA_ENTRY int32_t LumivaneCamera_CopyStatus(LumivaneCameraStatus* status) {
-  if (status == nullptr || status->structSize < LUMIVANE_CAMERA_STATUS_MINIMUM) return 0;
   const std::lock_guard guard(sLock);
   LumivaneCameraStatus full = {};
   if (sSource != nullptr && sSource->IsRunningHere()) {
@@ -107,9 +103,7 @@ LUMIVANE_CAMERA_ENTRY int32_t LumivaneCamera_CopyStatus(LumivaneCameraStatus* st
     full.age = UINT64_MAX;
     std::strcpy(full.message, "no frame has been asked for yet");
   }
-  full.structSize = std::min<std::uint32_t>(status->structSize, sizeof(full));
-  std::memcpy(status, &full, full.structSize);
-  return 1;
+  return LumivaneCamera_StoreStatus(status, &full);
 }
 
 LUMIVANE_CAMERA_ENTRY void LumivaneBundle_WillUnload(void) {

@@ -47,6 +47,90 @@ TEST(CameraRecord, TakesOnlyAddressesThatFit) {
   EXPECT_EQ(LumivaneCamera_GetPixels(&record), nullptr);
 }
 
+TEST(CameraRecord, IsFilledForAFrameWithoutPadding) {
+  tagSHARED_CAMERA_BUFFER record = {};
+  record.structSize = LUMIVANE_CAMERA_RECORD_SIZE;
+  const auto* const pixels = reinterpret_cast<void*>(0x12345000);
+  ASSERT_TRUE(LumivaneCamera_SetFrame(&record, pixels, 640, 480, LUMIVANE_CAMERA_FORMAT_2VUY));
+  EXPECT_EQ(record.structSize, LUMIVANE_CAMERA_RECORD_SIZE);
+  EXPECT_EQ(record.frameBufferPtr, 0x12345000U);
+  EXPECT_EQ(record.rowBytes, 1280U);
+  EXPECT_EQ(record.dataSize, 614400U);
+  EXPECT_EQ(record.frameWidth, 640);
+  EXPECT_EQ(record.frameHeight, 480);
+  EXPECT_EQ(record.pixelFormat, LUMIVANE_CAMERA_FORMAT_2VUY);
+  for (const std::uint32_t format : {LUMIVANE_CAMERA_FORMAT_ARGB, std::uint32_t{7}}) {
+    ASSERT_TRUE(LumivaneCamera_SetFrame(&record, pixels, 32767, 32767, format));
+    EXPECT_EQ(record.rowBytes, 131068U);
+    EXPECT_EQ(record.dataSize, 4294705156U);
+    EXPECT_EQ(record.frameWidth, 32767);
+    EXPECT_EQ(record.frameHeight, 32767);
+    EXPECT_EQ(record.pixelFormat, format);
+  }
+}
+
+TEST(CameraRecord, HoldsNoFrameWhereOneDoesNotFit) {
+  struct Case {
+    std::uint64_t address;
+    int width, height;
+  };
+  for (const Case& bad : {Case{kLimit, 4, 4}, Case{4096, 0, 4}, Case{4096, 4, 0}, Case{4096, -4, 4},
+                          Case{4096, 4, -4}, Case{4096, 32768, 4}, Case{4096, 4, 32768}}) {
+    tagSHARED_CAMERA_BUFFER record = {};
+    record.frameBufferPtr = 77;
+    EXPECT_FALSE(LumivaneCamera_SetFrame(&record, reinterpret_cast<void*>(bad.address), bad.width,
+                                         bad.height, LUMIVANE_CAMERA_FORMAT_ARGB))
+        << bad.address << " " << bad.width << " x " << bad.height;
+    EXPECT_EQ(record.frameBufferPtr, 0U);
+  }
+}
+
+TEST(CameraStatus, IsStoredAsFarAsTheCallersStructureGoes) {
+  LumivaneCameraStatus own = {};
+  own.structSize = 0xDEAD;
+  own.state = LUMIVANE_CAMERA_STATE_STALE;
+  own.sequence = 11;
+  own.received = 12;
+  std::strcpy(own.message, "words");
+
+  LumivaneCameraStatus whole = {};
+  whole.structSize = sizeof(whole);
+  ASSERT_TRUE(LumivaneCamera_StoreStatus(&whole, &own));
+  EXPECT_EQ(whole.structSize, sizeof(whole));
+  EXPECT_EQ(whole.received, 12U);
+  EXPECT_STREQ(whole.message, "words");
+
+  LumivaneCameraStatus older = {};
+  older.structSize = LUMIVANE_CAMERA_STATUS_MINIMUM;
+  older.received = 77;
+  ASSERT_TRUE(LumivaneCamera_StoreStatus(&older, &own));
+  EXPECT_EQ(older.structSize, LUMIVANE_CAMERA_STATUS_MINIMUM);
+  EXPECT_EQ(older.state, LUMIVANE_CAMERA_STATE_STALE);
+  EXPECT_EQ(older.sequence, 11U);
+  EXPECT_EQ(older.received, 77U);
+
+  struct {
+    LumivaneCameraStatus known;
+    char more[8];
+  } newer = {{}, "later"};
+  newer.known.structSize = sizeof(newer);
+  ASSERT_TRUE(LumivaneCamera_StoreStatus(&newer.known, &own));
+  EXPECT_EQ(newer.known.structSize, sizeof(own));
+  EXPECT_STREQ(newer.known.message, "words");
+  EXPECT_STREQ(newer.more, "later");
+}
+
+TEST(CameraStatus, IsNotStoredWhereTheLeastDoesNotFit) {
+  const LumivaneCameraStatus own = {};
+  EXPECT_FALSE(LumivaneCamera_StoreStatus(nullptr, &own));
+  LumivaneCameraStatus small = {};
+  small.structSize = LUMIVANE_CAMERA_STATUS_MINIMUM - 1;
+  small.sequence = 77;
+  EXPECT_FALSE(LumivaneCamera_StoreStatus(&small, &own));
+  EXPECT_EQ(small.structSize, LUMIVANE_CAMERA_STATUS_MINIMUM - 1);
+  EXPECT_EQ(small.sequence, 77U);
+}
+
 TEST(FrameMemory, LiesBelowFourGiBZeroedAndWritable) {
   for (const std::size_t size : {std::size_t{1}, std::size_t{4096}, std::size_t{160 * 120 * 4 + 1},
                                  std::size_t{3840} * 2160 * 4}) {

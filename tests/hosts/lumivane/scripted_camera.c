@@ -65,22 +65,14 @@ int32_t __public_fn2(tagSHARED_CAMERA_BUFFER* record) {
   if (sFrame == NULL) return 0;
   ++sSequence;
   Draw();
-  LumivaneCamera_SetPixels(record, sFrame);
-  record->rowBytes = kRowBytes;
-  record->dataSize = kSize;
-  record->frameWidth = kWidth;
-  record->frameHeight = kHeight;
-  record->pixelFormat = LUMIVANE_CAMERA_FORMAT_ARGB;
-  return 1;
+  return LumivaneCamera_SetFrame(record, sFrame, kWidth, kHeight, LUMIVANE_CAMERA_FORMAT_ARGB);
 }
 
 int32_t LumivaneCamera_CopyStatus(LumivaneCameraStatus* status) {
   LumivaneCameraStatus own;
   const char* const says = getenv("LUMIVANE_SCRIPTED_STATUS");
-  if (status == NULL || status->structSize < LUMIVANE_CAMERA_STATUS_MINIMUM) return 0;
   if (says != NULL && strcmp(says, "no") == 0) return 0;
   memset(&own, 0, sizeof(own));
-  own.structSize = status->structSize < sizeof(own) ? status->structSize : (uint32_t)sizeof(own);
   own.state = sSequence == 0                   ? LUMIVANE_CAMERA_STATE_NONE
               : strcmp(Script(), "stale") == 0 ? LUMIVANE_CAMERA_STATE_STALE
                                                : LUMIVANE_CAMERA_STATE_LIVE;
@@ -91,8 +83,7 @@ int32_t LumivaneCamera_CopyStatus(LumivaneCameraStatus* status) {
   own.rate = 25;
   strcpy(own.source, "Scripted \xC3\xA9 \xFF camera\n");
   strcpy(own.message, "as the script says");
-  memcpy(status, &own, own.structSize);
-  return 1;
+  return LumivaneCamera_StoreStatus(status, &own);
 }
 
 __attribute__((destructor)) static void FreeFrame(void) {

@@ -25,13 +25,7 @@ LUMIVANE_CAMERA_ENTRY int32_t __public_fn2(tagSHARED_CAMERA_BUFFER* record) {
       sFrame[i + 3] = (unsigned char)(i / kRowBytes);
     }
   }
-  LumivaneCamera_SetPixels(record, sFrame);
-  record->rowBytes = kRowBytes;
-  record->dataSize = kSize;
-  record->frameWidth = kWidth;
-  record->frameHeight = kHeight;
-  record->pixelFormat = LUMIVANE_CAMERA_FORMAT_ARGB;
-  return 1;
+  return LumivaneCamera_SetFrame(record, sFrame, kWidth, kHeight, LUMIVANE_CAMERA_FORMAT_ARGB);
 }
 
 __attribute__((destructor)) static void FreeFrame(void) {
