@@ -1,17 +1,12 @@
-// `lumivane camera list|install|remove`.
+// `lumivane camera list`.
 #include <cstdio>
-#include <filesystem>
 #include <string>
 
-#include "CICameraGen/SharedCameraBundle.h"
 #include "hosts/lumivane/CameraFolders.h"
 #include "hosts/lumivane/CameraTool.h"
 #include "hosts/lumivane/Commands.h"
 #include "hosts/lumivane/ExitCodes.h"
 #include "nlohmann/json.hpp"
-#include "platform/CoreServices/Files.h"
-
-namespace fs = std::filesystem;
 
 namespace lumivane {
 namespace {
@@ -29,35 +24,6 @@ const char* KindText(const CameraPlace& place) {
       break;
   }
   return "no camera";
-}
-
-bool HasEntry(const CameraPlace& place) {
-  return place.kind != CameraPlace::kNothing || place.dangling;
-}
-
-CameraPlace PlaceOfDomain(const std::string& domain) {
-  for (const CameraPlace& place : CameraPlaces()) {
-    if (place.domain == domain) return place;
-  }
-  return {};
-}
-
-SInt16 DomainCode(const std::string& domain) {
-  if (domain == "system") return kSystemDomain;
-  return domain == "local" ? kLocalDomain : kUserDomain;
-}
-
-int Report(const CameraOptions& options, bool ok, const std::string& path,
-           const std::string& message) {
-  if (options.json) {
-    const nlohmann::ordered_json report = {{"ok", ok}, {"path", path}, {"message", message}};
-    std::printf("%s\n", report.dump(2).c_str());
-  } else if (ok) {
-    std::printf("%s\n", message.c_str());
-  } else {
-    std::fprintf(stderr, "lumivane: %s\n", message.c_str());
-  }
-  return ok ? kExitOk : kExitFailed;
 }
 
 void PrintPlace(const CameraPlace& place, const CameraTrial& trial, bool chosen) {
@@ -119,24 +85,6 @@ void PrintCameras(const nlohmann::ordered_json& answer) {
     std::fprintf(stderr, "lumivane: %s\n", complaint.get<std::string>().c_str());
 }
 
-// Asked for one component while one is installed: fine when it is the same.
-int ReportInstalled(const CameraOptions& options, const std::string& component) {
-  for (const CameraPlace& place : CameraPlaces()) {
-    if (!HasEntry(place)) continue;
-    const std::string resource = std::string(ComponentResource(component)) + ".component";
-    const std::string& target = place.linkTarget;
-    const std::string end = "/Resources/" + resource;
-    if (target.size() >= end.size() &&
-        target.compare(target.size() - end.size(), end.size(), end) == 0) {
-      return Report(options, true, place.path, place.path + " -> " + target);
-    }
-    return Report(options, false, place.path,
-                  "another camera is installed, at " + place.path +
-                      "; `lumivane camera remove --domain " + place.domain + "` removes it");
-  }
-  return Report(options, true, "", "a camera is installed already; `lumivane camera list`");
-}
-
 // What the shells' completions ask for. No component is loaded for it.
 int PrintNames() {
   const nlohmann::ordered_json answer = AskCameraTool({"list"});
@@ -195,58 +143,6 @@ int RunCameraList(const CameraOptions& options) {
     PrintCameras(answer);
   }
   return kExitOk;
-}
-
-int RunCameraInstall(const CameraOptions& options) {
-  const CameraPlace before = PlaceOfDomain(options.domain);
-  // The installation forms its destination in a folder that exists; making it is the host's part.
-  FSRef folder{};
-  const OSErr error = FSFindFolder(DomainCode(options.domain), kQuickTimeComponentsFolderType,
-                                   kCreateFolder, &folder);
-  if (error != noErr) {
-    return Report(options, false, before.path,
-                  "the folder " + before.folder + " cannot be made (error " +
-                      std::to_string(error) + "); choose another --domain or run as root");
-  }
-  if (before.dangling) {
-    return Report(options, false, before.path,
-                  before.path + " is a link to nothing; `lumivane camera remove --domain " +
-                      options.domain + "` removes it");
-  }
-  const std::string component = options.component.empty() ? "gstreamer" : options.component;
-  SharedCameraBundle carried(SharedCameraBundle::kCameraComponentFileName,
-                             ComponentResource(component));
-  const bool ok = carried.InstallLocation(1, before.location);
-  const CameraPlace after = PlaceOfDomain(options.domain);
-  if (ok && !HasEntry(before) && HasEntry(after)) {
-    return Report(options, true, after.path, after.path + " -> " + after.linkTarget);
-  }
-  if (ok && options.component.empty())
-    return Report(options, true, "", "a camera is installed already; `lumivane camera list`");
-  if (ok) return ReportInstalled(options, component);
-  return Report(options, false, before.path,
-                HasEntry(before)
-                    ? before.path + " is there already and is never replaced"
-                    : before.path + " cannot be linked; `lumivane doctor` shows the log");
-}
-
-int RunCameraRemove(const CameraOptions& options) {
-  const CameraPlace place = PlaceOfDomain(options.domain);
-  if (!HasEntry(place)) {
-    return Report(options, false, place.path, "no camera at " + place.path);
-  }
-  if (place.linkTarget.empty()) {
-    return Report(options, false, place.path,
-                  place.path + " is no link but the camera itself; move it away by hand");
-  }
-  // A link to nothing does not count as existing, so the component's own removal leaves it.
-  std::error_code error;
-  const bool ok = place.dangling
-                      ? fs::remove(place.path, error)
-                      : SharedCameraBundle::sComponent.InstallLocation(0, place.location);
-  return Report(options, ok, place.path,
-                ok ? "removed " + place.path
-                   : place.path + " cannot be removed; check the folder's permissions");
 }
 
 }  // namespace lumivane

@@ -113,7 +113,11 @@ void AddCameraCommands(CLI::App& app, int* result) {
   const auto add = [&](const char* name, const char* text, int (*run)(const CameraOptions&)) {
     CLI::App* const verb = camera->add_subcommand(name, text);
     verb->add_flag("--json", options->json, "Print the result as JSON");
-    verb->callback([options, result, run] { *result = run(*options); });
+    verb->callback([options, result, run, verb] {
+      const CLI::Option* const domain = verb->get_option_no_throw("--domain");
+      options->domainGiven = domain != nullptr && domain->count() > 0;
+      *result = run(*options);
+    });
     return verb;
   };
   const auto addDomain = [&](CLI::App* verb) {

@@ -86,6 +86,23 @@ std::array<CameraPlace, 3> CameraPlaces() {
           PlaceOf("local", kLocalDomain, CFBaseDLL::kLocationLocalComponents)};
 }
 
+bool HasEntry(const CameraPlace& place) {
+  return place.kind != CameraPlace::kNothing || place.dangling;
+}
+
+bool CameraLoads(const CameraPlace& place, std::string* error) {
+  const Held<CFBundleRef> bundle = CreateBundle(place.path, error);
+  if (!bundle) return false;
+  if (CFBundleIsExecutableLoaded(bundle.get())) return true;
+  Held<CFStringRef> text;
+  if (!CFBundleLoadExecutableWithErrorText(bundle.get(), text.out())) {
+    *error = Text(text.get());
+    return false;
+  }
+  CFBundleUnloadExecutable(bundle.get());
+  return true;
+}
+
 CameraTrial TryCamera(const CameraPlace& place) {
   CameraTrial trial;
   const Held<CFBundleRef> bundle = CreateBundle(place.path, &trial.error);

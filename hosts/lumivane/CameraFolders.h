@@ -24,6 +24,13 @@ struct CameraPlace {
 /// The three places in the order the camera is looked for: user, system, local.
 std::array<CameraPlace, 3> CameraPlaces();
 
+/// Whether anything stands there, be it a link to nothing.
+bool HasEntry(const CameraPlace& place);
+
+/// Whether what stands there can be loaded, which is tried: it is unloaded again unless it was
+/// loaded before. The filter uses the first place of which this is true. Why not in `*error`.
+bool CameraLoads(const CameraPlace& place, std::string* error);
+
 /// What trying a component for real shows.
 struct CameraTrial {
   bool created = false;  ///< it is a bundle with an executable

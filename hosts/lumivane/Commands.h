@@ -80,6 +80,7 @@ int RunDoctor(const DoctorOptions& options);
 
 struct CameraOptions {
   std::string domain = "user";  ///< "user", "local" or "system"
+  bool domainGiven = false;     ///< and not the default
   std::string component;        ///< to install: "gstreamer" or "testpattern"; empty: gstreamer
   bool names = false;           ///< list: the cameras' stable names alone, one a line
   bool json = false;
