@@ -3,6 +3,7 @@
 #include <time.h>
 
 #include <cstring>
+#include <utility>
 
 namespace gstcamera {
 namespace {
@@ -19,14 +20,37 @@ struct MappedFrame {
   MappedFrame& operator=(const MappedFrame&) = delete;
 };
 
+// The shape of frames with these caps. False, with one sentence in `*error`, when they are of no
+// use.
+bool ReadCaps(const GstCaps* caps, GstVideoInfo* info, FrameShape* shape, std::string* error) {
+  if (caps == nullptr || !gst_video_info_from_caps(info, caps)) {
+    *error = "it sends something that is no video";
+    return false;
+  }
+  const GstVideoFormat format = GST_VIDEO_INFO_FORMAT(info);
+  shape->format = format == GST_VIDEO_FORMAT_ARGB ? PixelFormat::kArgb : PixelFormat::k2vuy;
+  shape->size = {GST_VIDEO_INFO_WIDTH(info), GST_VIDEO_INFO_HEIGHT(info)};
+  if (format == GST_VIDEO_FORMAT_ARGB || format == GST_VIDEO_FORMAT_UYVY) return true;
+  *error = "it sends another pixel format than was agreed on";
+  return false;
+}
+
+bool IsPacked(const GstVideoFrame& frame, const FrameShape& shape) {
+  return GST_VIDEO_FRAME_PLANE_STRIDE(&frame, 0) == static_cast<int>(shape.RowBytes());
+}
+
+std::uint8_t* Pixels(const GstVideoFrame& frame) {
+  return static_cast<std::uint8_t*>(GST_VIDEO_FRAME_PLANE_DATA(&frame, 0));
+}
+
 void CopyRows(const GstVideoFrame& frame, const FrameShape& shape, std::uint8_t* to) {
-  const auto* from = static_cast<const std::uint8_t*>(GST_VIDEO_FRAME_PLANE_DATA(&frame, 0));
-  const auto stride = static_cast<std::ptrdiff_t>(GST_VIDEO_FRAME_PLANE_STRIDE(&frame, 0));
-  const std::size_t rowBytes = shape.RowBytes();
-  if (stride == static_cast<std::ptrdiff_t>(rowBytes)) {
+  const std::uint8_t* from = Pixels(frame);
+  if (IsPacked(frame, shape)) {
     std::memcpy(to, from, shape.DataSize());
     return;
   }
+  const auto stride = static_cast<std::ptrdiff_t>(GST_VIDEO_FRAME_PLANE_STRIDE(&frame, 0));
+  const std::size_t rowBytes = shape.RowBytes();
   for (int y = 0; y < shape.size.height; ++y, from += stride, to += rowBytes)
     std::memcpy(to, from, rowBytes);
 }
@@ -40,39 +64,52 @@ Nanoseconds Now() {
 }
 
 bool Intake::Take(GstSample* sample, std::optional<Nanoseconds> captured, std::string* error) {
-  GstCaps* const caps = gst_sample_get_caps(sample);
   GstBuffer* const buffer = gst_sample_get_buffer(sample);
   GstVideoInfo info;
-  if (caps == nullptr || buffer == nullptr || !gst_video_info_from_caps(&info, caps)) {
-    *error = "it sends something that is no video";
-    return false;
-  }
-  const GstVideoFormat format = GST_VIDEO_INFO_FORMAT(&info);
   FrameShape shape;
-  shape.format = format == GST_VIDEO_FORMAT_ARGB ? PixelFormat::kArgb : PixelFormat::k2vuy;
-  shape.size = {GST_VIDEO_INFO_WIDTH(&info), GST_VIDEO_INFO_HEIGHT(&info)};
-  if (format != GST_VIDEO_FORMAT_ARGB && format != GST_VIDEO_FORMAT_UYVY) {
-    *error = "it sends another pixel format than was agreed on";
+  if (!ReadCaps(buffer == nullptr ? nullptr : gst_sample_get_caps(sample), &info, &shape, error) ||
+      !mailbox_.Accepts(shape, error))
     return false;
-  }
-  if (!mailbox_.Prepare(shape, error)) return false;
   if (withheld_) return true;
-  const MappedFrame mapped(&info, buffer);
-  // A broken buffer costs one frame, not the camera.
-  if (!mapped.ok) {
-    CountLost(1);
-    return true;
+  FrameHeld frame;
+  bool inPlace = false;
+  {
+    const MappedFrame mapped(&info, buffer);
+    // A broken buffer costs one frame, not the camera.
+    if (!mapped.ok) {
+      CountLost(1);
+      return true;
+    }
+    inPlace = IsPacked(mapped.frame, shape) && memory_.Has(Pixels(mapped.frame));
+    if (inPlace) {
+      frame.pixels = Pixels(mapped.frame);
+      frame.hold.reset(GST_MINI_OBJECT_CAST(gst_buffer_ref(buffer)));
+    } else {
+      frame = memory_.Take(shape.DataSize(), error);
+      if (frame.pixels == nullptr) return false;
+      CopyRows(mapped.frame, shape, frame.pixels);
+    }
   }
-  CopyRows(mapped.frame, shape, mailbox_.Filling());
   FrameTimes times;
   times.ready = Now();
   times.captureKnown = captured.has_value();
   times.captured = captured.value_or(times.ready);
-  mailbox_.Publish(times);
+  mailbox_.Publish(shape, std::move(frame), times);
   running_ = true;
   const std::lock_guard guard(lock_);
+  if (!inPlace) ++copied_;
   meter_.Count(times.ready);
   return true;
+}
+
+ObjectHeld<GstBufferPool> Intake::OfferPool(GstCaps* caps) {
+  GstVideoInfo info;
+  FrameShape shape;
+  std::string ignored;
+  if (!ReadCaps(caps, &info, &shape, &ignored) || !mailbox_.Accepts(shape, &ignored) ||
+      GST_VIDEO_INFO_SIZE(&info) != shape.DataSize())
+    return nullptr;
+  return memory_.MakePool(caps, shape.DataSize());
 }
 
 void Intake::CountLost(std::uint64_t frames) {
@@ -85,6 +122,7 @@ IntakeCounts Intake::CountsAt(Nanoseconds now) const {
   counts.frames = mailbox_.Counts();
   const std::lock_guard guard(lock_);
   counts.lost = lost_;
+  counts.copied = copied_;
   counts.rate = meter_.At(now);
   return counts;
 }

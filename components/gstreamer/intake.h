@@ -18,17 +18,22 @@ Nanoseconds Now();
 
 struct IntakeCounts {
   MailboxCounts frames;
+  std::uint64_t copied = 0;  ///< of those received, the ones that came in memory elsewhere
   std::uint64_t lost = 0;
   double rate = 0;
 };
 
 class Intake {
  public:
-  /// Copies the frame into the mailbox, rows packed. The first frame fixes size and format for
-  /// good. `captured` is nothing where that is not known. False, with one sentence in `*error`,
-  /// when the frame cannot be used: the source is of no use then.
+  /// Puts the frame into the mailbox, rows packed: as it is where it lies in this memory, otherwise
+  /// a copy. The first frame fixes size and format for good. `captured` is nothing where that is
+  /// not known. False, with one sentence in `*error`, when the frame cannot be used: the source is
+  /// of no use then.
   bool Take(GstSample* sample, std::optional<Nanoseconds> captured, std::string* error);
   void CountLost(std::uint64_t frames);
+  /// Where frames with `caps` are to be written so that none is copied; null when those would be of
+  /// no use, or when there is no memory.
+  ObjectHeld<GstBufferPool> OfferPool(GstCaps* caps);
 
   IntakeCounts CountsAt(Nanoseconds now) const;
   /// Whether the source is open and has given frames since. Taking a frame makes it so.
@@ -45,12 +50,14 @@ class Intake {
   const Mailbox& mailbox() const { return mailbox_; }
 
  private:
+  FrameMemory memory_;
   Mailbox mailbox_;
   std::atomic<bool> running_{false};
   std::atomic<bool> withheld_{false};
   mutable std::mutex lock_;  // guards what follows
   RateMeter meter_;
   std::uint64_t lost_ = 0;
+  std::uint64_t copied_ = 0;
 };
 
 }  // namespace gstcamera

@@ -1,16 +1,17 @@
 // The newest frame, from the thread that makes frames to the one that shows them.
 //
-// Three buffers below 4 GiB: one is handed out and rests, one holds the newest complete frame, one
-// is being filled. Filling exchanges the last two, asking the first two, so neither side waits for
-// the other longer than that exchange takes, an old frame is never handed out while a newer one is
-// there, and what was handed out stays as it is until the next time. The buffers are made once and
-// stay until the mailbox goes: a host may keep an image of a frame longer than it should.
+// Two frames are kept: one is handed out and rests, one is the newest. Asking exchanges them where
+// there is a newer one, so neither side waits for the other longer than that exchange takes, an old
+// frame is never handed out while a newer one is there, and what was handed out stays as it is
+// until the next time. The thread that makes frames also lets go of them, since what follows from
+// that is GStreamer's work: one that was handed out is put aside until the next frame comes.
 #pragma once
 
 #include <cstdint>
 #include <mutex>
 #include <string>
 
+#include "components/gstreamer/frame_memory.h"
 #include "components/gstreamer/settings.h"
 
 namespace gstcamera {
@@ -44,21 +45,14 @@ struct MailboxCounts {
 
 class Mailbox {
  public:
-  Mailbox() = default;
-  ~Mailbox();
-  Mailbox(const Mailbox&) = delete;
-  Mailbox& operator=(const Mailbox&) = delete;
-
-  /// Makes the buffers, the first time; true when there are buffers of this shape. False with one
-  /// sentence in `*error` when memory is missing or the frames have another shape already.
-  bool Prepare(const FrameShape& shape, std::string* error);
-  /// The shape, once Prepare has succeeded.
+  /// False with one sentence in `*error` when the frames have another shape already.
+  bool Accepts(const FrameShape& shape, std::string* error) const;
+  /// The shape, once there is a frame.
   bool shape(FrameShape* shape) const;
 
-  /// For one thread at a time: the buffer to fill with the next frame, DataSize() bytes.
-  std::uint8_t* Filling() { return buffers_[filling_].pixels; }
-  /// What was filled is the newest frame now.
-  void Publish(const FrameTimes& times);
+  /// For one thread at a time. `frame`, of a shape that is accepted, is the newest now; nobody
+  /// writes to it while it is held. The first one fixes the shape for good.
+  void Publish(const FrameShape& shape, FrameHeld frame, const FrameTimes& times);
 
   /// The newest frame, or null when there is none yet.
   const std::uint8_t* Newest();
@@ -66,18 +60,11 @@ class Mailbox {
   MailboxCounts Counts() const;
 
  private:
-  struct Buffer {
-    std::uint8_t* pixels = nullptr;
-    std::uint64_t number = 0;
-  };
-  mutable std::mutex lock_;  // guards all but the filler's own buffer
+  mutable std::mutex lock_;
   FrameShape shape_;
-  bool ready_ = false;
-  bool fresh_ = false;  // complete_ is newer than handed_
-  Buffer buffers_[3];
-  int handed_ = 0;
-  int complete_ = 1;
-  int filling_ = 2;
+  FrameHeld handed_;
+  FrameHeld newest_;  // null when that has been handed out
+  FrameHeld aside_;   // null when there is a newest
   MailboxCounts counts_;
 };
 

@@ -339,6 +339,7 @@ bool Pipeline::BuildTail(std::string* error) {
   GstAppSinkCallbacks callbacks = {};
   callbacks.new_sample = OnSample;
   gst_app_sink_set_callbacks(GST_APP_SINK(sink_), &callbacks, this, nullptr);
+  OfferMemory();
   WatchEntry();
   if (head != nullptr && !gst_element_link(head, entry_)) {
     *error = "what it gives is no video";
@@ -354,6 +355,12 @@ void Pipeline::WatchEntry() {
       static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM |
                                    GST_PAD_PROBE_TYPE_EVENT_FLUSH),
       OnEntry, this, nullptr);
+  gst_object_unref(pad);
+}
+
+void Pipeline::OfferMemory() {
+  GstPad* const pad = gst_element_get_static_pad(sink_, "sink");
+  gst_pad_add_probe(pad, GST_PAD_PROBE_TYPE_QUERY_DOWNSTREAM, OnSinkQuery, this, nullptr);
   gst_object_unref(pad);
 }
 
@@ -533,6 +540,24 @@ GstFlowReturn Pipeline::OnSample(GstAppSink* sink, gpointer data) {
   }
   ++self->passFrames_;
   return GST_FLOW_OK;
+}
+
+// Answers where frames are to be written.
+GstPadProbeReturn Pipeline::OnSinkQuery(GstPad*, GstPadProbeInfo* info, gpointer data) {
+  const auto self = static_cast<Pipeline*>(data);
+  GstQuery* const query = GST_PAD_PROBE_INFO_QUERY(info);
+  if (GST_QUERY_TYPE(query) != GST_QUERY_ALLOCATION) return GST_PAD_PROBE_OK;
+  GstCaps* caps = nullptr;
+  gboolean needsPool = FALSE;
+  gst_query_parse_allocation(query, &caps, &needsPool);
+  const auto pool = needsPool ? self->intake_.OfferPool(caps) : nullptr;
+  if (!pool) return GST_PAD_PROBE_OK;
+  GstStructure* const config = gst_buffer_pool_get_config(pool.get());
+  guint size = 0;
+  gst_buffer_pool_config_get_params(config, nullptr, &size, nullptr, nullptr);
+  gst_structure_free(config);
+  gst_query_add_allocation_pool(query, pool.get(), size, 0, 0);
+  return GST_PAD_PROBE_HANDLED;
 }
 
 GstPadProbeReturn Pipeline::OnCapture(GstPad*, GstPadProbeInfo* info, gpointer data) {

@@ -71,6 +71,7 @@ class Pipeline {
   bool Chain(GstElement* element, std::string* error);
   bool AddDecoder(std::string* error);
   void WatchEntry();
+  void OfferMemory();
   CapsHeld OutputCaps(std::optional<Size> size) const;
   void PostProblem(const std::string& text);
 
@@ -79,6 +80,7 @@ class Pipeline {
   static void OnSource(GstElement* bin, GstElement* source, gpointer self);
   static void OnInnerElement(GstBin* bin, GstBin* inner, GstElement* element, gpointer);
   static GstFlowReturn OnSample(GstAppSink* sink, gpointer self);
+  static GstPadProbeReturn OnSinkQuery(GstPad* pad, GstPadProbeInfo* info, gpointer self);
   static GstPadProbeReturn OnEntry(GstPad* pad, GstPadProbeInfo* info, gpointer self);
   static GstPadProbeReturn OnCapture(GstPad* pad, GstPadProbeInfo* info, gpointer self);
   GstPadProbeReturn OnEntryBuffer(GstPadProbeInfo* info);

@@ -7,7 +7,9 @@
 
 #include <atomic>
 #include <cstring>
+#include <set>
 #include <thread>
+#include <utility>
 
 #include "components/camera_component.h"
 #include "components/gstreamer/camera_state.h"
@@ -15,6 +17,7 @@
 #include "components/gstreamer/controls.h"
 #include "components/gstreamer/dead_device.h"
 #include "components/gstreamer/format_choice.h"
+#include "components/gstreamer/frame_memory.h"
 #include "components/gstreamer/intake.h"
 #include "components/gstreamer/mailbox.h"
 #include "tests/components/gstreamer/GStreamerStart.h"
@@ -32,24 +35,26 @@ using ::testing::IsEmpty;
 
 constexpr FrameShape kShape = {PixelFormat::k2vuy, {64, 32}};
 
-void Fill(Mailbox& mailbox, std::uint8_t value) {
-  std::memset(mailbox.Filling(), value, kShape.DataSize());
-  mailbox.Publish({1, 1, true});
+void Fill(FrameMemory& memory, Mailbox& mailbox, std::uint8_t value) {
+  std::string error;
+  FrameHeld frame = memory.Take(kShape.DataSize(), &error);
+  ASSERT_NE(frame.pixels, nullptr) << error;
+  std::memset(frame.pixels, value, kShape.DataSize());
+  mailbox.Publish(kShape, std::move(frame), {1, 1, true});
 }
 
 TEST(CameraMailbox, HandsOutTheNewestAndKeepsItStill) {
+  ASSERT_NO_FATAL_FAILURE(StartGStreamer());
+  FrameMemory memory;
   Mailbox mailbox;
-  EXPECT_EQ(mailbox.Newest(), nullptr);
-  std::string error;
-  ASSERT_TRUE(mailbox.Prepare(kShape, &error)) << error;
   EXPECT_EQ(mailbox.Newest(), nullptr) << "nothing has been filled";
-  Fill(mailbox, 1);
-  Fill(mailbox, 2);
+  Fill(memory, mailbox, 1);
+  Fill(memory, mailbox, 2);
   const std::uint8_t* const frame = mailbox.Newest();
   ASSERT_NE(frame, nullptr);
   EXPECT_EQ(*frame, 2);
   for (std::uint8_t value = 3; value < 9; ++value) {
-    Fill(mailbox, value);
+    Fill(memory, mailbox, value);
     EXPECT_EQ(*frame, 2) << "handed out, and so at rest";
   }
   const std::uint8_t* const next = mailbox.Newest();
@@ -62,33 +67,49 @@ TEST(CameraMailbox, HandsOutTheNewestAndKeepsItStill) {
   EXPECT_EQ(counts.skipped, 6U);
 }
 
-TEST(CameraMailbox, LiesBelowFourGiBAndKeepsItsShape) {
+TEST(CameraMailbox, KeepsItsShape) {
+  ASSERT_NO_FATAL_FAILURE(StartGStreamer());
+  FrameMemory memory;
   Mailbox mailbox;
   std::string error;
-  ASSERT_TRUE(mailbox.Prepare(kShape, &error));
-  for (int i = 0; i < 3; ++i) {
-    EXPECT_LE(reinterpret_cast<std::uintptr_t>(mailbox.Filling()) + kShape.DataSize(),
-              LUMIVANE_CAMERA_ADDRESS_LIMIT);
-    Fill(mailbox, 0);
-    mailbox.Newest();
-  }
-  EXPECT_TRUE(mailbox.Prepare(kShape, &error));
-  EXPECT_FALSE(mailbox.Prepare({PixelFormat::kArgb, {64, 32}}, &error));
-  EXPECT_FALSE(mailbox.Prepare({PixelFormat::k2vuy, {66, 32}}, &error));
+  FrameShape shape;
+  EXPECT_FALSE(mailbox.shape(&shape));
+  EXPECT_TRUE(mailbox.Accepts({PixelFormat::kArgb, {64, 32}}, &error)) << "nothing is fixed yet";
+  Fill(memory, mailbox, 0);
+  EXPECT_TRUE(mailbox.shape(&shape));
+  EXPECT_EQ(shape, kShape);
+  EXPECT_TRUE(mailbox.Accepts(kShape, &error));
+  EXPECT_FALSE(mailbox.Accepts({PixelFormat::kArgb, {64, 32}}, &error));
+  EXPECT_FALSE(mailbox.Accepts({PixelFormat::k2vuy, {66, 32}}, &error));
   EXPECT_THAT(error, HasSubstr("another size or format"));
 }
 
-TEST(CameraMailbox, NeitherTearsNorGoesBackBetweenTwoThreads) {
+TEST(CameraMailbox, HoldsNoMoreThanTwoFrames) {
+  ASSERT_NO_FATAL_FAILURE(StartGStreamer());
+  FrameMemory memory;
   Mailbox mailbox;
-  std::string error;
-  ASSERT_TRUE(mailbox.Prepare(kShape, &error));
+  std::set<const std::uint8_t*> seen;
+  for (int i = 0; i < 50; ++i) {
+    ASSERT_NO_FATAL_FAILURE(Fill(memory, mailbox, 0));
+    if (i % 3 == 0 || i % 7 == 0) seen.insert(mailbox.Newest());
+    if (i % 5 == 0) seen.insert(mailbox.Newest());
+  }
+  EXPECT_LE(seen.size(), 3U) << "the third is that which is being filled";
+}
+
+TEST(CameraMailbox, NeitherTearsNorGoesBackBetweenTwoThreads) {
+  ASSERT_NO_FATAL_FAILURE(StartGStreamer());
+  FrameMemory memory;
+  Mailbox mailbox;
   constexpr int kFrames = 3000;
   std::thread maker([&] {
     for (int i = 1; i <= kFrames; ++i) {
-      auto* const words = reinterpret_cast<std::uint32_t*>(mailbox.Filling());
+      std::string error;
+      FrameHeld frame = memory.Take(kShape.DataSize(), &error);
+      auto* const words = reinterpret_cast<std::uint32_t*>(frame.pixels);
       for (std::size_t at = 0; at < kShape.DataSize() / 4; ++at)
         words[at] = static_cast<std::uint32_t>(i);
-      mailbox.Publish({i, i, true});
+      mailbox.Publish(kShape, std::move(frame), {i, i, true});
     }
   });
   std::uint32_t last = 0;
