@@ -28,7 +28,7 @@ std::string FindTool() {
   std::vector<std::string> bundles = {CarriedComponent("gstreamer")};
   for (const CameraPlace& place : CameraPlaces()) bundles.push_back(place.path);
   for (const std::string& bundle : bundles) {
-    const std::string tool = bundle + kToolInBundle;
+    std::string tool = bundle + kToolInBundle;
     if (!bundle.empty() && access(tool.c_str(), X_OK) == 0) return tool;
   }
   return {};
@@ -45,6 +45,7 @@ bool Output(std::vector<std::string> arguments, std::string* output, std::string
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
   std::vector<char*> argv;
+  argv.reserve(arguments.size() + 1);
   for (std::string& argument : arguments) argv.push_back(argument.data());
   argv.push_back(nullptr);
   pid_t child = 0;
@@ -98,7 +99,7 @@ nlohmann::ordered_json AskCameraTool(const std::vector<std::string>& arguments) 
   std::string output;
   std::string error;
   if (!Output(all, &output, &error)) return Failure(all[0] + " cannot be run: " + error);
-  const auto answer = nlohmann::ordered_json::parse(output, nullptr, false);
+  auto answer = nlohmann::ordered_json::parse(output, nullptr, false);
   if (!answer.is_object() || !answer.contains("ok"))
     return Failure(all[0] + " gives no answer that can be understood");
   return answer;

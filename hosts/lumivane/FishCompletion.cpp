@@ -57,7 +57,7 @@ complete -c lumivane -f
 
 /// The switches of `complete` for a value.
 std::string Value(const OptionEntry& option, bool isOption) {
-  const std::string only = isOption ? " -x" : "";
+  std::string only = isOption ? " -x" : "";
   if (!option.choices.empty()) {
     std::string words;
     for (const std::string& choice : option.choices) words += (words.empty() ? "" : " ") + choice;

@@ -149,7 +149,7 @@ std::vector<ModuleSearch> ModuleSearches() {
 
 std::string FoundModule(const ModuleSearch& search) {
   for (const std::string& folder : search.folders) {
-    const std::string path = folder + "/" + search.fileName;
+    std::string path = folder + "/" + search.fileName;
     if (access(path.c_str(), R_OK) == 0) return path;
   }
   return {};
@@ -198,7 +198,7 @@ std::string LibraryOfModule(const std::string& path) {
 
 std::string CommandPath(const std::string& name) {
   for (const std::string& folder : SplitPath(Variable("PATH").value_or("/usr/bin:/bin"))) {
-    const std::string path = folder + "/" + name;
+    std::string path = folder + "/" + name;
     if (access(path.c_str(), X_OK) == 0) return path;
   }
   return {};

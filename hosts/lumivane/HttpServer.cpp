@@ -21,7 +21,7 @@ namespace {
 
 constexpr char kBoundary[] = "lumivane-frame";
 /// Connections besides the stream's readers: people who look at the page, and those still asking.
-constexpr int kOtherConnections = 32;
+constexpr std::size_t kOtherConnections = 32;
 /// What the system keeps of a stream for a slow reader: what lies there is old when it is read.
 constexpr int kSendBufferBytes = 256 * 1024;
 /// For a client to close after its answer, so that closing does not take the answer's end away.
@@ -188,7 +188,7 @@ void HttpServer::Accept() {
       if (errno == EINTR || errno == ECONNABORTED) continue;
       return;
     }
-    if (clients_.size() >= static_cast<std::size_t>(options_.maxClients + kOtherConnections)) {
+    if (clients_.size() >= static_cast<std::size_t>(options_.maxClients) + kOtherConnections) {
       close(descriptor);
       continue;
     }

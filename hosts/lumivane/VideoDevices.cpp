@@ -133,6 +133,7 @@ std::vector<VideoDevice> VideoDevices(const DeviceRoots& roots) {
   }
   std::sort(numbered.begin(), numbered.end());
   std::vector<VideoDevice> devices;
+  devices.reserve(numbered.size());
   for (const auto& [number, path] : numbered) devices.push_back(Describe(path, roots));
   return devices;
 }

@@ -157,8 +157,8 @@ void DrawWaveform(ViewWindow& window, const Picture& picture, bool mirrored) {
   const double perColumn = std::max(1.0, sum / kScopeWidth);
   for (int level = 0; level < kScopeHeight; ++level) {
     for (int x = 0; x < kScopeWidth; ++x) {
-      const std::uint32_t count =
-          waveform.counts[static_cast<std::size_t>(level * kScopeWidth + x)];
+      const int at = level * kScopeWidth + x;
+      const std::uint32_t count = waveform.counts[static_cast<std::size_t>(at)];
       if (count == 0) continue;
       const double part = std::min(1.0, 0.35 + 6 * count / perColumn);
       // Below the part of the picture that it is of.

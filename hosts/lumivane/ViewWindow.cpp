@@ -121,7 +121,8 @@ bool ViewWindow::MakeFont() {
     for (int y = 0; y < kFontHeight; ++y) {
       for (int x = 0; x < kFontWidth; ++x) {
         if ((FontRows(glyph)[y] >> (7 - x) & 1) == 0) continue;
-        dots[static_cast<std::size_t>((top + y) * kWidth + left + x)] = 0xFFFFFFFF;
+        const int at = (top + y) * kWidth + left + x;
+        dots[static_cast<std::size_t>(at)] = 0xFFFFFFFF;
       }
     }
   }

@@ -93,8 +93,8 @@ std::optional<PixelLayout> ImageLayout(std::size_t bitsPerComponent, std::size_t
   layout.bytesPerPixel = static_cast<std::uint8_t>(bitsPerPixel / 8);
   const bool first = layout.hasSpare && AlphaFirst(alpha);
   layout.spare = first ? 0 : static_cast<std::uint8_t>(components);
-  for (std::uint8_t i = 0; i < components; ++i) {
-    layout.color[i] = static_cast<std::uint8_t>(i + (first ? 1 : 0));
+  for (std::size_t i = 0; i < components; ++i) {
+    layout.color[i] = static_cast<std::uint8_t>(first ? i + 1 : i);
   }
   if (order == kCGBitmapByteOrderDefault) return layout;
   if (bitsPerPixel != 32) return std::nullopt;

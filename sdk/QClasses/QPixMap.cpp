@@ -180,7 +180,7 @@ OSErr QPixMap_Copy_2vuy_to_r408(PixMap** hDestPixMap, PixMap** hPixMap) {
     for (SInt32 x = whole; x < pixels && source + 2 * x + 1 < from.size; x += 2) {
       unsigned char out[8];
       GroupToR408(GroupAt(from, source + 2 * x), out);
-      std::memcpy(to.Row(y) + 4 * x, out, static_cast<std::size_t>(4 * std::min(2, pixels - x)));
+      std::memcpy(to.Row(y) + 4 * x, out, 4 * static_cast<std::size_t>(std::min(2, pixels - x)));
     }
   }
   return noErr;
