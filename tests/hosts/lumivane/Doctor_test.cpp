@@ -13,6 +13,7 @@
 #include "hosts/lumivane/DoctorFindings.h"
 #include "hosts/lumivane/ExitCodes.h"
 #include "nlohmann/json.hpp"
+#include "tests/hosts/lumivane/BuiltProgram.h"
 #include "tests/support/HermeticHome.h"
 #include "tests/support/OrdinaryRights.h"
 #include "tests/support/Program.h"
@@ -20,6 +21,9 @@
 namespace {
 
 namespace fs = std::filesystem;
+using built_program::Installed;
+using built_program::Lumivane;
+using built_program::UserComponent;
 using lumivane::DeviceRoots;
 using lumivane::Finding;
 using lumivane::Findings;
@@ -35,26 +39,6 @@ using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-
-const fs::path kApp = LUMIVANE_APP;
-const fs::path kComponent = kApp / "Contents/Resources/LumivaneXXX.component";
-
-ProgramResult Lumivane(std::vector<std::string> arguments) {
-  arguments.insert(arguments.begin(), (kApp / "Contents/Linux/lumivane").string());
-  return test::RunProgram(arguments);
-}
-
-fs::path UserComponent() {
-  return test::UserComponents() / "LumivaneXXX.component";
-}
-
-struct Installed {
-  Installed() {
-    fs::create_directories(test::UserComponents());
-    fs::create_directory_symlink(kComponent, UserComponent());
-  }
-  ~Installed() { fs::remove_all(test::UserComponents()); }
-};
 
 /// Takes a variable out of the environment for the object's life.
 struct WithoutVariable {

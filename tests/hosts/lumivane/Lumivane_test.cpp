@@ -10,38 +10,23 @@
 #include "hosts/lumivane/ExitCodes.h"
 #include "nlohmann/json.hpp"
 #include "platform/ImageIO/ImageData.h"
+#include "tests/hosts/lumivane/BuiltProgram.h"
 #include "tests/support/HermeticHome.h"
 #include "tests/support/Program.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+using built_program::Component;
+using built_program::Installed;
+using built_program::Lumivane;
+using built_program::UserComponent;
 using nlohmann::json;
 using test::ProgramResult;
 using test::TempFolder;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
-
-const fs::path kApp = LUMIVANE_APP;
-const fs::path kComponent = kApp / "Contents/Resources/LumivaneXXX.component";
-
-ProgramResult Lumivane(std::vector<std::string> arguments, const std::string& input = {}) {
-  arguments.insert(arguments.begin(), (kApp / "Contents/Linux/lumivane").string());
-  return test::RunProgram(arguments, input);
-}
-
-fs::path UserComponent() {
-  return test::UserComponents() / "LumivaneXXX.component";
-}
-
-struct Installed {
-  Installed() {
-    fs::create_directories(test::UserComponents());
-    fs::create_directory_symlink(kComponent, UserComponent());
-  }
-  ~Installed() { fs::remove_all(test::UserComponents()); }
-};
 
 struct Png {
   std::size_t width = 0;
@@ -166,12 +151,12 @@ TEST(Camera, InstallsListsAndRemoves) {
 
   const ProgramResult install = Lumivane({"camera", "install", "--component", "testpattern"});
   ASSERT_EQ(install.exitCode, 0) << install.err;
-  EXPECT_EQ(fs::read_symlink(UserComponent()), kComponent);
+  EXPECT_EQ(fs::read_symlink(UserComponent()), Component());
   EXPECT_EQ(Lumivane({"camera", "install"}).exitCode, 0) << "a second time changes nothing";
 
   const json list = json::parse(Lumivane({"camera", "list", "--json"}).out)["components"];
   EXPECT_EQ(list[0]["kind"], "a bundle");
-  EXPECT_EQ(list[0]["linkTarget"], kComponent.string());
+  EXPECT_EQ(list[0]["linkTarget"], Component().string());
   EXPECT_EQ(list[0]["hasFrame"], true);
   EXPECT_EQ(list[0]["current"], true);
   EXPECT_GT(list[0]["width"], 0);
@@ -180,14 +165,14 @@ TEST(Camera, InstallsListsAndRemoves) {
   const ProgramResult remove = Lumivane({"camera", "remove"});
   EXPECT_EQ(remove.exitCode, 0) << remove.err;
   EXPECT_FALSE(fs::exists(fs::symlink_status(UserComponent())));
-  EXPECT_TRUE(fs::exists(kComponent)) << "the link goes, not the camera";
+  EXPECT_TRUE(fs::exists(Component())) << "the link goes, not the camera";
   const ProgramResult again = Lumivane({"camera", "remove"});
   EXPECT_EQ(again.exitCode, lumivane::kExitFailed);
   EXPECT_THAT(again.err, HasSubstr("no camera at"));
 }
 
 TEST(Camera, InstallsOneOfItsComponentsAtATime) {
-  const fs::path real = kApp / "Contents/Resources/gstreamer/LumivaneXXX.component";
+  const fs::path real = LUMIVANE_APP "/Contents/Resources/gstreamer/LumivaneXXX.component";
   ASSERT_EQ(Lumivane({"camera", "install"}).exitCode, 0);
   EXPECT_EQ(fs::read_symlink(UserComponent()), real) << "real cameras unless told otherwise";
   EXPECT_EQ(Lumivane({"camera", "install", "--component", "gstreamer"}).exitCode, 0);
@@ -198,7 +183,7 @@ TEST(Camera, InstallsOneOfItsComponentsAtATime) {
   EXPECT_EQ(fs::read_symlink(UserComponent()), real) << "nothing is replaced";
   ASSERT_EQ(Lumivane({"camera", "remove"}).exitCode, 0);
   ASSERT_EQ(Lumivane({"camera", "install", "--component", "testpattern"}).exitCode, 0);
-  EXPECT_EQ(fs::read_symlink(UserComponent()), kComponent);
+  EXPECT_EQ(fs::read_symlink(UserComponent()), Component());
   ASSERT_EQ(Lumivane({"camera", "remove"}).exitCode, 0);
   EXPECT_EQ(Lumivane({"camera", "install", "--component", "toaster"}).exitCode,
             lumivane::kExitUsage);

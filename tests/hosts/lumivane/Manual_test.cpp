@@ -8,6 +8,7 @@
 #include "hosts/lumivane/ExitCodes.h"
 #include "hosts/lumivane/ManualPages.h"
 #include "hosts/lumivane/Roff.h"
+#include "tests/hosts/lumivane/BuiltProgram.h"
 #include "tests/support/HermeticHome.h"
 #include "tests/support/Program.h"
 
@@ -15,12 +16,11 @@ namespace {
 
 namespace fs = std::filesystem;
 namespace roff = lumivane::roff;
+using built_program::Lumivane;
 using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
-
-const std::string kProgram = std::string(LUMIVANE_APP) + "/Contents/Linux/lumivane";
 
 TEST(Roff, EscapesWhatRoffWouldTakeForItsOwn) {
   EXPECT_EQ(roff::Text("a \\ b"), "a \\e b");
@@ -71,7 +71,7 @@ TEST(ManualPages, SayWhatIsKnownOfAnOption) {
 TEST(Manual, HasAPageForEveryCommandThatManReadsWithoutAWarning) {
   const test::TempFolder folder;
   const std::string out = (folder / "man").string();
-  const auto written = test::RunProgram({kProgram, "manual", out});
+  const auto written = Lumivane({"manual", out});
   ASSERT_EQ(written.exitCode, lumivane::kExitOk) << written.err;
   int result = 0;
   const auto app = lumivane::MakeCommandLine(&result);
@@ -95,13 +95,13 @@ TEST(Manual, HasAPageForEveryCommandThatManReadsWithoutAWarning) {
 TEST(Manual, SaysWhichPageCannotBeWritten) {
   const test::TempFolder folder;
   fs::create_directories(folder / "man/lumivane.1");
-  const auto run = test::RunProgram({kProgram, "manual", (folder / "man").string()});
+  const auto run = Lumivane({"manual", (folder / "man").string()});
   EXPECT_EQ(run.exitCode, lumivane::kExitFailed);
   EXPECT_THAT(run.err, HasSubstr("man/lumivane.1 cannot be written"));
 }
 
 TEST(Manual, IsNotListedAmongTheCommands) {
-  const auto run = test::RunProgram({kProgram, "--help"});
+  const auto run = Lumivane({"--help"});
   EXPECT_THAT(run.out, Not(HasSubstr("manual")));
   EXPECT_THAT(run.out, HasSubstr("completion"));
 }

@@ -11,6 +11,7 @@
 #include <sstream>
 
 #include "hosts/lumivane/PictureFile.h"
+#include "tests/hosts/lumivane/BuiltProgram.h"
 #include "tests/support/HermeticHome.h"
 #include "tests/support/Program.h"
 
@@ -19,15 +20,8 @@ namespace picture_tools {
 using lumivane::ArgbPicture;
 using Bytes = std::vector<std::uint8_t>;
 
-inline const char* Program() {
-  return LUMIVANE_APP "/Contents/Linux/lumivane";
-}
-
-inline test::ProgramResult Lumivane(std::vector<std::string> arguments,
-                                    const std::string& input = {}) {
-  arguments.insert(arguments.begin(), Program());
-  return test::RunProgram(arguments, input);
-}
+using built_program::Lumivane;
+using built_program::Program;
 
 /// Sets a pixel's four bytes, A, R, G, B.
 using Painter = std::function<void(int x, int y, std::uint8_t* argb)>;

@@ -17,6 +17,7 @@
 namespace {
 
 using namespace picture_tools;
+using built_program::Installed;
 using lumivane::Picture;
 using lumivane::VideoForm;
 using lumivane::VideoMatrix;
@@ -27,17 +28,6 @@ using ::testing::AnyOf;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
-
-const char kComponent[] = LUMIVANE_APP "/Contents/Resources/LumivaneXXX.component";
-
-struct Installed {
-  Installed() {
-    std::filesystem::create_directories(test::UserComponents());
-    std::filesystem::create_directory_symlink(kComponent,
-                                              test::UserComponents() / "LumivaneXXX.component");
-  }
-  ~Installed() { std::filesystem::remove_all(test::UserComponents()); }
-};
 
 ProgramResult Shell(const std::string& command) {
   return test::RunProgram({"bash", "-o", "pipefail", "-c", command});
