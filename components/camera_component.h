@@ -102,6 +102,10 @@ LUMIVANE_CAMERA_CHECK_OFFSET(pixelFormat, 20);
 #define LUMIVANE_CAMERA_STATE_LIVE ((uint32_t)1)  /* frames arrive */
 #define LUMIVANE_CAMERA_STATE_STALE ((uint32_t)2) /* none has lately: the last one still shows */
 
+/* A flag: no frame yet, but the first try to open the camera is still going on. A host that wants
+   one picture only may wait for its end. */
+#define LUMIVANE_CAMERA_STATUS_OPENING ((uint32_t)1)
+
 /*
  * Times are nanoseconds. Counts run from the component's first frame and never fall, also when the
  * camera is opened again. Texts are UTF-8, end with a zero byte and are cut between characters
@@ -124,7 +128,7 @@ typedef struct LumivaneCameraStatus {
   int16_t frameWidth; /* of the frames handed out; 0: not known yet */
   int16_t frameHeight;
   uint32_t pixelFormat; /* as in the frame record; 0: not known yet */
-  uint32_t reserved;    /* 0 */
+  uint32_t flags;       /* LUMIVANE_CAMERA_STATUS_ bits */
   char source[160];     /* what is shown: a camera's name, an address; empty: nothing was opened */
   char message[320];    /* why there is no live picture; empty while there is one */
 } LumivaneCameraStatus;

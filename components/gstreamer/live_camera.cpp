@@ -142,6 +142,7 @@ LumivaneCameraStatus LiveCamera::Status() const {
   status.rate = state == State::kLive ? counts.rate : 0;
   status.nominalRate = nominalRate_;
   status.opened = opened_;
+  if (firstTry_ && state == State::kNone) status.flags |= LUMIVANE_CAMERA_STATUS_OPENING;
   FrameShape shape;
   if (intake_.mailbox().shape(&shape)) {
     status.frameWidth = static_cast<std::int16_t>(shape.size.width);
@@ -160,7 +161,10 @@ void LiveCamera::Run() {
   pthread_setname_np(pthread_self(), "lumivane-camera");
   SayWhy("the camera is being opened");
   LoadSettings();
-  if (!StartGStreamer()) return;
+  if (!StartGStreamer()) {
+    firstTry_ = false;
+    return;
+  }
   devicesFile_ = inotify_init1(IN_CLOEXEC | IN_NONBLOCK);
   if (devicesFile_ >= 0)
     inotify_add_watch(devicesFile_, "/dev", IN_CREATE | IN_ATTRIB | IN_DELETE | IN_MOVED_TO);
@@ -168,6 +172,7 @@ void LiveCamera::Run() {
   while (!stopping_) {
     hadFrames_ = false;
     const Outcome outcome = TrySources();
+    firstTry_ = false;
     intake_.SetStopped();
     if (outcome == Outcome::kStop) break;
     if (hadFrames_) pause.Reset();
@@ -431,6 +436,7 @@ void LiveCamera::LookForSignal(const Plan& plan, bool opened) {
 }
 
 void LiveCamera::Opened(const Plan& plan, const Pipeline& pipeline) {
+  firstTry_ = false;
   nominalRate_ = pipeline.NominalRate();
   bool afterTrouble = false;
   {

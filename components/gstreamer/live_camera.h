@@ -80,6 +80,7 @@ class LiveCamera {
   std::atomic<double> staleAfter_{1};
   std::atomic<double> hold_{5};
   std::atomic<std::uint32_t> opened_{0};
+  std::atomic<bool> firstTry_{true};  // no source has given a frame or failed yet
   std::atomic<double> nominalRate_{0};
 
   mutable std::mutex textLock_;  // guards the two texts

@@ -2,9 +2,11 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdlib>
+#include <thread>
 
 #include "components/camera_component.h"
 #include "hosts/source/PlugInPlaces.h"
@@ -24,6 +26,7 @@ using namespace std::chrono_literals;
 constexpr auto kPauseWithoutPlugIn = 1s;
 constexpr auto kPauseWithoutComponent = 1s;
 constexpr auto kPauseWithoutFrame = 20ms;
+constexpr auto kPauseWhileOpening = 5ms;
 
 constexpr char kFilterName[] = "CILumivaneInput";
 
@@ -36,6 +39,45 @@ bool HasComponent() {
     if (stat(path.c_str(), &status) == 0) return true;
   }
   return false;
+}
+
+/// Whether the component that the filter has loaded is opening its camera for the first time.
+bool IsCameraOpening() {
+  for (const SInt16 domain : {kUserDomain, kSystemDomain, kLocalDomain}) {
+    const std::string path =
+        files::FolderPath(domain, kQuickTimeComponentsFolderType) + "/" LUMIVANE_CAMERA_BUNDLE_NAME;
+    const CFURLRef url = CFURLCreateFromFileSystemRepresentation(
+        kCFAllocatorDefault, reinterpret_cast<const UInt8*>(path.data()),
+        static_cast<CFIndex>(path.size()), 0);
+    // Bundles are one per place in a process: this is the filter's.
+    const CFBundleRef bundle = CFBundleCreate(kCFAllocatorDefault, url);
+    CFRelease(url);
+    if (bundle == nullptr) continue;
+    LumivaneCameraStatus status = {};
+    status.structSize = sizeof(status);
+    bool known = false;
+    if (CFBundleIsExecutableLoaded(bundle)) {
+      using CopyStatus = std::int32_t (*)(LumivaneCameraStatus*);
+      const auto copyStatus = reinterpret_cast<CopyStatus>(
+          CFBundleGetFunctionPointerForName(bundle, CFSTR(LUMIVANE_CAMERA_STATUS_FUNCTION)));
+      known = copyStatus != nullptr && copyStatus(&status) != 0;
+    }
+    CFRelease(bundle);
+    if (known) return (status.flags & LUMIVANE_CAMERA_STATUS_OPENING) != 0;
+  }
+  return false;
+}
+
+/// How long the first picture waits at most.
+std::chrono::duration<double> Patience() {
+  constexpr double kUsual = 3;
+  constexpr double kMost = 60;
+  const char* const text = std::getenv("LUMIVANE_FIRST_PICTURE_WAIT");
+  if (text == nullptr || *text == 0) return std::chrono::duration<double>(kUsual);
+  char* end = nullptr;
+  const double seconds = std::strtod(text, &end);
+  const bool isNumber = end != text && *end == 0 && seconds >= 0;
+  return std::chrono::duration<double>(isNumber ? std::min(seconds, kMost) : kUsual);
 }
 
 /// The log makes no folder for itself; one that cannot be made costs the log and nothing else.
@@ -123,6 +165,7 @@ bool SharedSource::Open() {
   filter_->retain();
   clock_ = NAN;
   lastAsked_ = {};
+  awaited_ = false;
   return true;
 }
 
@@ -195,10 +238,29 @@ SharedSource::Answer SharedSource::Ask() {
   return {ImageHolder(image), false};
 }
 
+void SharedSource::AwaitCamera(std::unique_lock<std::mutex>& guard) {
+  if (awaited_ || filter_ == nullptr || exiting_) return;
+  const auto end = lastOpening_ + std::chrono::duration_cast<Clock::duration>(Patience());
+  {
+    // Asked for once, a component begins to open its camera.
+    const NSAutoreleasePool pool;
+    if (Ask().live) awaited_ = true;
+  }
+  while (!awaited_ && filter_ != nullptr && !exiting_ && Clock::now() < end && IsCameraOpening()) {
+    guard.unlock();
+    std::this_thread::sleep_for(kPauseWhileOpening);
+    guard.lock();
+  }
+  awaited_ = true;
+  // The next question is a fresh one.
+  lastAsked_ = {};
+}
+
 std::int32_t SharedSource::Draw(const LumivaneSourceBitmap& bitmap) {
   if (!IsUsable(bitmap)) return LUMIVANE_SOURCE_NOTHING;
-  const std::lock_guard guard(lock_);
+  std::unique_lock guard(lock_);
   std::int32_t shown = LUMIVANE_SOURCE_NOTHING;
+  if (users_ > 0) AwaitCamera(guard);
   if (users_ > 0 && !exiting_) {
     const bool open =
         filter_ != nullptr || (Clock::now() - lastOpening_ >= kPauseWithoutPlugIn && Open());
@@ -226,7 +288,8 @@ std::int32_t SharedSource::Draw(const LumivaneSourceBitmap& bitmap) {
 }
 
 bool SharedSource::GetSize(std::uint32_t* width, std::uint32_t* height) {
-  const std::lock_guard guard(lock_);
+  std::unique_lock guard(lock_);
+  AwaitCamera(guard);
   if (filter_ == nullptr || exiting_) return false;
   const NSAutoreleasePool pool;
   const Answer answer = Ask();

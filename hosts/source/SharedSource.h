@@ -50,6 +50,10 @@ class SharedSource {
   void SetClock(double clock);
   bool IsTimeToAsk() const;
   Answer Ask();
+  /// Lets the first picture wait for a camera that is being opened; a program that takes one
+  /// picture wants the camera's. `guard` holds the lock, which others may take meanwhile: what it
+  /// guards may be another afterwards.
+  void AwaitCamera(std::unique_lock<std::mutex>& guard);
 
   std::mutex lock_;
   int users_ = 0;
@@ -62,6 +66,7 @@ class SharedSource {
   std::string plugIn_;          ///< path of the plug-in it comes from
   std::string error_;
   Clock::time_point lastOpening_;
+  bool awaited_ = false;  ///< since the filter was made
   double clock_ = 0;
   ImageHolder noCamera_;  ///< the last answer, while that was the no-camera picture
   Clock::time_point lastAsked_;

@@ -65,10 +65,14 @@ typedef struct LumivaneSourceApi {
   void (*release)(void);
 
   /* Overwrites every pixel of the bitmap, alpha 255 throughout, and says what it shows. A bitmap
-     outside the limits is left alone. Without users: black. */
+     outside the limits is left alone. Without users: black.
+     The first after an acquire waits while the camera is being opened, for
+     LUMIVANE_FIRST_PICTURE_WAIT seconds at most (an environment variable; 3 unless set, 0: not at
+     all), counted from the acquire; release ends that. No later one waits for anything. */
   int32_t (*draw)(const LumivaneSourceBitmap* bitmap);
 
-  /* Size of the picture now offered; 0 and leaves both alone when there is none. */
+  /* Size of the picture now offered; 0 and leaves both alone when there is none. Waits as draw
+     does where nothing was drawn yet. */
   int32_t (*getSize)(uint32_t* width, uint32_t* height);
 
   /* Copies why there is no filter, one line of UTF-8, cut to `size` bytes with its end; an empty

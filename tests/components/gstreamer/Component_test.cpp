@@ -444,6 +444,20 @@ TEST(GstCameraModule, LeavesNothingBehindAfterManyLoads) {
   }
 }
 
+TEST(GstCamera, SaysThatItIsBeingOpenedForTheFirstTimeOnly) {
+  for (const char* source : {"test", "/no/such/device"}) {
+    Component camera({{"SOURCE", source}, {"SIZE", "160x120"}});
+    EXPECT_EQ(camera.Status().flags, 0U) << "nobody has asked";
+    EXPECT_FALSE(camera.Ask());
+    EXPECT_EQ(camera.Status().flags, LUMIVANE_CAMERA_STATUS_OPENING) << source;
+    EXPECT_TRUE(camera.Until([&] { return camera.Status().flags == 0; }));
+    for (int i = 0; i < 20; ++i) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(100));
+      EXPECT_EQ(camera.Status().flags, 0U) << source << ": later tries are not the first";
+    }
+  }
+}
+
 TEST(GstCameraModule, StaysWhereItIsWhileItsThreadRuns) {
   Component camera({{"SOURCE", "test"}, {"SIZE", "160x120"}});
   ASSERT_TRUE(camera.UntilFrame());

@@ -11,6 +11,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <cmath>
 #include <cstddef>
@@ -32,6 +33,7 @@ using ::testing::AnyOf;
 using ::testing::Each;
 using ::testing::HasSubstr;
 using ::testing::Lt;
+using ::testing::Not;
 using ::testing::StartsWith;
 
 /// One instance from construction to destruction.
@@ -337,6 +339,64 @@ TEST_F(Frei0rModuleTest, FollowsACameraThatComesAndGoes) {
     EXPECT_EQ(picture[0], 200);
     fs::remove(on);
   }
+}
+
+// ---- The first picture and a camera that is being opened
+
+TEST_F(Frei0rModuleTest, TheFirstPictureWaitsForTheCamera) {
+  const test::ScopedVariable delay("LUMIVANE_SLOW_CAMERA", "300");
+  const test::ScopedVariable patience("LUMIVANE_FIRST_PICTURE_WAIT", "60");
+  InstallCamera(SLOW_CAMERA);
+  for (int i = 0; i < 2; ++i) {
+    const Instance instance(module_, 64, 48);
+    EXPECT_THAT(instance.Picture(), Each(255)) << "the camera is opened anew for each round";
+  }
+}
+
+TEST_F(Frei0rModuleTest, TheFirstPictureWaitsNoLongerThanTheCameraIsBeingOpened) {
+  const test::ScopedVariable delay("LUMIVANE_SLOW_CAMERA", "-200");
+  const test::ScopedVariable patience("LUMIVANE_FIRST_PICTURE_WAIT", "60");
+  InstallCamera(SLOW_CAMERA);
+  const auto start = std::chrono::steady_clock::now();
+  const Instance instance(module_, 64, 48);
+  EXPECT_EQ(Difference(instance.Picture(), Snapshot("64x48").rgba, 64), "");
+  EXPECT_LT(std::chrono::steady_clock::now() - start, 50s);
+}
+
+TEST_F(Frei0rModuleTest, TheFirstPictureWaitsNoLongerThanItIsTold) {
+  const test::ScopedVariable delay("LUMIVANE_SLOW_CAMERA", "600000");
+  InstallCamera(SLOW_CAMERA);
+  for (const char* seconds : {"0.1", "0", "soon"}) {
+    const test::ScopedVariable patience("LUMIVANE_FIRST_PICTURE_WAIT", seconds);
+    const auto start = std::chrono::steady_clock::now();
+    const Instance instance(module_, 64, 48);
+    EXPECT_THAT(instance.Picture(), Not(Each(255))) << seconds;
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 50s) << seconds;
+  }
+}
+
+TEST_F(Frei0rModuleTest, TheWaitEndsWhenTheHostLetsGo) {
+  const test::ScopedVariable delay("LUMIVANE_SLOW_CAMERA", "600000");
+  const test::ScopedVariable patience("LUMIVANE_FIRST_PICTURE_WAIT", "60");
+  InstallCamera(SLOW_CAMERA);
+  const auto start = std::chrono::steady_clock::now();
+  {
+    const Instance instance(module_, 64, 48);
+    Bytes picture;
+    std::atomic<bool> done{false};
+    std::thread host([&] {
+      picture = instance.Picture();
+      done = true;
+    });
+    while (!done) {
+      module_.init();
+      std::this_thread::sleep_for(100ms);
+      module_.deinit();
+    }
+    host.join();
+    EXPECT_EQ(Difference(picture, Black(64, 48), 64), "");
+  }
+  EXPECT_LT(std::chrono::steady_clock::now() - start, 50s);
 }
 
 TEST_F(Frei0rModuleTest, DoesNotFillTheLogWithTheAbsenceOfACamera) {

@@ -59,6 +59,15 @@ TEST_F(GStreamerElementTest, ShowsTheCamerasFramesInEveryFormatByteForByte) {
   }
 }
 
+TEST_F(GStreamerElementTest, TakesTheSizeOfACameraThatIsStillBeingOpened) {
+  const test::ScopedVariable delay("LUMIVANE_SLOW_CAMERA", "300");
+  const test::ScopedVariable patience("LUMIVANE_FIRST_PICTURE_WAIT", "60");
+  InstallCamera(SLOW_CAMERA);
+  const Bytes picture = BytesOf(Frames("video/x-raw,format=RGBA", 1));
+  EXPECT_EQ(picture.size(), 64U * 48U * 4U);
+  EXPECT_THAT(picture, ::testing::Each(255));
+}
+
 TEST_F(GStreamerElementTest, FitsOrStretchesThePicture) {
   InstallCamera(STILL_CAMERA);
   const Bytes fitted = BytesOf(Frames("video/x-raw,format=RGBA,width=402,height=101", 1));
