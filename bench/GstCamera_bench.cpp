@@ -2,9 +2,10 @@
 // beside gst-launch with the same pipeline into a fake sink.
 #include <benchmark/benchmark.h>
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <gst/base/gstbasetransform.h>
+#include <signal.h>
 #include <stdlib.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
@@ -12,6 +13,7 @@
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -20,9 +22,10 @@
 namespace {
 
 constexpr char kShowOption[] = "--show-camera";
-// What starting costs is in both runs, and so not in their difference.
-constexpr double kShortRun = 0.5;
-constexpr double kLongRun = 3.5;
+constexpr char kIdleOption[] = "--show-nothing";
+// Seconds. What starting costs is over by then.
+constexpr double kWarmUp = 1;
+constexpr double kWindow = 3;
 
 double Now() {
   timespec now = {};
@@ -140,55 +143,95 @@ void GstCameraFrameAge(benchmark::State& state) {
   state.counters["limit_ms"] = 1e3 / shape.rate + 5;
 }
 
-/// Processor time of a child process, in seconds; negative when it failed.
-double ProcessorTime(const std::vector<std::string>& arguments) {
-  const pid_t child = fork();
-  if (child == 0) {
-    std::vector<char*> argv;
-    for (const std::string& argument : arguments)
-      argv.push_back(const_cast<char*>(argument.c_str()));
-    argv.push_back(nullptr);
-    execvp(argv[0], argv.data());
-    _exit(127);
+/// A program in a process of its own; its first output is read here.
+class Child {
+ public:
+  explicit Child(const std::vector<std::string>& arguments) {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) return;
+    output_ = ends[0];
+    process_ = fork();
+    if (process_ == 0) {
+      std::vector<char*> argv;
+      for (const std::string& argument : arguments)
+        argv.push_back(const_cast<char*>(argument.c_str()));
+      argv.push_back(nullptr);
+      dup2(ends[1], STDOUT_FILENO);
+      execvp(argv[0], argv.data());
+      _exit(127);
+    }
+    close(ends[1]);
   }
-  int status = 0;
-  rusage usage = {};
-  if (child < 0 || wait4(child, &status, 0, &usage) != child || status != 0) return -1;
-  const auto seconds = [](const timeval& time) {
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
-  };
-  return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+  ~Child() {
+    if (process_ > 0) {
+      kill(process_, SIGKILL);
+      waitpid(process_, nullptr, 0);
+    }
+    if (output_ >= 0) close(output_);
+  }
+  Child(const Child&) = delete;
+  Child& operator=(const Child&) = delete;
+
+  bool WaitForOutput() const {
+    char first = 0;
+    return output_ >= 0 && read(output_, &first, 1) == 1;
+  }
+  /// Processor time a second, in seconds, while it runs; negative when it has ended.
+  double Load(double seconds) const {
+    clockid_t clock = 0;
+    if (process_ <= 0 || clock_getcpuclockid(process_, &clock) != 0) return -1;
+    const auto used = [clock] {
+      timespec time = {};
+      clock_gettime(clock, &time);
+      return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+    };
+    const double before = used();
+    const double start = Now();
+    usleep(static_cast<useconds_t>(seconds * 1e6));
+    const double load = (used() - before) / (Now() - start);
+    siginfo_t state = {};
+    const bool ended =
+        waitid(P_PID, static_cast<id_t>(process_), &state, WEXITED | WNOHANG | WNOWAIT) != 0 ||
+        state.si_pid != 0;
+    return ended ? -1 : load;
+  }
+
+ private:
+  pid_t process_ = -1;
+  int output_ = -1;
+};
+
+/// What a program costs once it has begun to show something.
+double LoadOf(const std::vector<std::string>& arguments) {
+  const Child child(arguments);
+  if (!child.WaitForOutput()) return -1;
+  usleep(static_cast<useconds_t>(kWarmUp * 1e6));
+  return child.Load(kWindow);
 }
 
-/// The component in a process that asks for each frame, and gst-launch beside it.
+/// A host that asks for each frame, the same host without a component, and gst-launch. To wake for
+/// each frame is the host's own work, whatever it shows: `ratio` is without that, `whole_ratio`
+/// with it.
 void GstCameraProcessorTime(benchmark::State& state) {
   const Shape shape = ShapeOf(state);
-  const auto ours = [&](double seconds) {
-    return ProcessorTime({Program(), kShowOption, std::to_string(shape.width),
-                          std::to_string(shape.height), std::to_string(shape.rate),
-                          std::to_string(seconds)});
+  const auto host = [&shape](const char* option) {
+    return LoadOf({Program(), option, std::to_string(shape.width), std::to_string(shape.height),
+                   std::to_string(shape.rate)});
   };
-  const auto theirs = [&](double seconds) {
-    std::string pipeline = shape.Pipeline();
-    pipeline.insert(std::strlen("videotestsrc"),
-                    " num-buffers=" + std::to_string(static_cast<int>(seconds * shape.rate)));
-    return ProcessorTime({"sh", "-c", "exec gst-launch-1.0 -q " + pipeline + " ! fakesink"});
-  };
-  double ourTime = 0;
-  double theirTime = 0;
+  // The first thing that gst-launch says is that the pipeline starts.
+  const std::string launch = "exec gst-launch-1.0 " + shape.Pipeline() + " ! fakesink";
   for (auto _ : state) {
-    const double times[] = {ours(kShortRun), ours(kLongRun), theirs(kShortRun), theirs(kLongRun)};
-    if (*std::min_element(std::begin(times), std::end(times)) < 0) {
+    const double loads[] = {host(kShowOption), host(kIdleOption), LoadOf({"sh", "-c", launch})};
+    if (*std::min_element(std::begin(loads), std::end(loads)) < 0) {
       state.SkipWithError("a process failed");
       return;
     }
-    const double one = (times[1] - times[0]) / (kLongRun - kShortRun);
-    ourTime += one;
-    theirTime += (times[3] - times[2]) / (kLongRun - kShortRun);
-    state.SetIterationTime(std::max(one, 1e-9));
+    state.SetIterationTime(std::max(loads[0] - loads[1], 1e-9));
+    state.counters["gst_launch_ms"] = loads[2] * 1e3;
+    state.counters["host_ms"] = loads[1] * 1e3;
+    state.counters["ratio"] = (loads[0] - loads[1]) / loads[2];
+    state.counters["whole_ratio"] = loads[0] / loads[2];
   }
-  state.counters["gst_launch_ms"] = theirTime / static_cast<double>(state.iterations()) * 1e3;
-  state.counters["ratio"] = ourTime / theirTime;
 }
 
 BENCHMARK(GstCameraFrameAge)
@@ -201,17 +244,21 @@ BENCHMARK(GstCameraProcessorTime)
     ->Args({640, 480, 30})
     ->Args({1920, 1080, 60})
     ->UseManualTime()
-    ->Iterations(2)
+    ->Iterations(1)
     ->Unit(benchmark::kMillisecond);
 
-int Show(const Shape& shape, double seconds) {
-  Component camera(shape, shape.Pipeline());
-  if (!camera.WaitForFrame()) return 1;
-  for (const double end = Now() + seconds; Now() < end;) {
-    usleep(static_cast<useconds_t>(1e6 / shape.rate));
-    camera.Ask();
+/// Says when it begins, and goes on until it is killed.
+int Show(const Shape& shape, bool withCamera) {
+  std::unique_ptr<Component> camera;
+  if (withCamera) {
+    camera = std::make_unique<Component>(shape, shape.Pipeline());
+    if (!camera->WaitForFrame()) return 1;
   }
-  return 0;
+  if (write(STDOUT_FILENO, "!", 1) != 1) return 1;
+  for (;;) {
+    usleep(static_cast<useconds_t>(1e6 / shape.rate));
+    if (camera) camera->Ask();
+  }
 }
 
 }  // namespace
@@ -221,8 +268,10 @@ int main(int argc, char** argv) {
   setenv("XDG_CONFIG_HOME", "/nonexistent", 1);
   setenv("GST_REGISTRY",
          (std::filesystem::temp_directory_path() / "lumivane-bench-gst-registry.bin").c_str(), 1);
-  if (argc == 6 && std::strcmp(argv[1], kShowOption) == 0)
-    return Show({atoi(argv[2]), atoi(argv[3]), atoi(argv[4])}, atof(argv[5]));
+  for (const char* const option : {kShowOption, kIdleOption}) {
+    if (argc == 5 && std::strcmp(argv[1], option) == 0)
+      return Show({atoi(argv[2]), atoi(argv[3]), atoi(argv[4])}, option == kShowOption);
+  }
   gst_init(nullptr, nullptr);
   gst_element_register(nullptr, "lumivanebenchstamp", GST_RANK_NONE, stamp_get_type());
   benchmark::Initialize(&argc, argv);

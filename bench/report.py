@@ -19,6 +19,11 @@ import sys
 
 NANOSECONDS = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
 MAIN = "lumivane_bench.json"
+# What Google Benchmark says of each run, or works out from its time; the rest are counters of the
+# benchmark's own.
+STANDARD = {"name", "family_index", "per_family_instance_index", "run_name", "run_type",
+            "repetitions", "repetition_index", "threads", "iterations", "real_time", "cpu_time",
+            "time_unit", "label", "items_per_second", "bytes_per_second"}
 
 
 class Measurement:
@@ -34,6 +39,8 @@ class Measurement:
         self.pixels = runs[0].get("pixels")
         self.bytes = runs[0].get("bytes")
         self.difference = int(runs[0].get("difference", -1))
+        self.counters = {key: statistics.median(run[key] for run in runs)
+                         for key in runs[0] if key not in STANDARD}
 
     @property
     def per_pixel(self):
@@ -176,8 +183,10 @@ def other_tables(others):
     for program, entries in others.items():
         unit = "ms" if max(entry.time for entry in entries) > 2e6 else "µs"
         rows = [[entry.name, f"{entry.time / NANOSECONDS[unit.replace('µ', 'u')]:.3f}",
-                 f"{100 * entry.spread:.0f} %"] for entry in entries]
-        texts.append(f"### {program}\n\n" + table(["benchmark", unit, "spread"], rows))
+                 f"{100 * entry.spread:.0f} %",
+                 ", ".join(f"{key} {value:.3g}" for key, value in entry.counters.items())]
+                for entry in entries]
+        texts.append(f"### {program}\n\n" + table(["benchmark", unit, "spread", "also "], rows))
     return "\n\n".join(texts)
 
 

@@ -20,19 +20,12 @@ struct MappedFrame {
   MappedFrame& operator=(const MappedFrame&) = delete;
 };
 
-// The shape of frames with these caps. False, with one sentence in `*error`, when they are of no
-// use.
-bool ReadCaps(const GstCaps* caps, GstVideoInfo* info, FrameShape* shape, std::string* error) {
-  if (caps == nullptr || !gst_video_info_from_caps(info, caps)) {
-    *error = "it sends something that is no video";
-    return false;
-  }
-  const GstVideoFormat format = GST_VIDEO_INFO_FORMAT(info);
+// False when frames with these caps have another format than the mailbox takes.
+bool ShapeOf(const GstVideoInfo& info, FrameShape* shape) {
+  const GstVideoFormat format = GST_VIDEO_INFO_FORMAT(&info);
   shape->format = format == GST_VIDEO_FORMAT_ARGB ? PixelFormat::kArgb : PixelFormat::k2vuy;
-  shape->size = {GST_VIDEO_INFO_WIDTH(info), GST_VIDEO_INFO_HEIGHT(info)};
-  if (format == GST_VIDEO_FORMAT_ARGB || format == GST_VIDEO_FORMAT_UYVY) return true;
-  *error = "it sends another pixel format than was agreed on";
-  return false;
+  shape->size = {GST_VIDEO_INFO_WIDTH(&info), GST_VIDEO_INFO_HEIGHT(&info)};
+  return format == GST_VIDEO_FORMAT_ARGB || format == GST_VIDEO_FORMAT_UYVY;
 }
 
 bool IsPacked(const GstVideoFrame& frame, const FrameShape& shape) {
@@ -63,38 +56,51 @@ Nanoseconds Now() {
   return static_cast<Nanoseconds>(now.tv_sec) * kSecond + now.tv_nsec;
 }
 
+bool Intake::ReadCaps(GstCaps* caps, std::string* error) {
+  if (caps != nullptr && caps == caps_.get()) return true;
+  caps_.reset();
+  if (caps == nullptr || !gst_video_info_from_caps(&info_, caps)) {
+    *error = "it sends something that is no video";
+    return false;
+  }
+  if (!ShapeOf(info_, &shape_)) {
+    *error = "it sends another pixel format than was agreed on";
+    return false;
+  }
+  caps_.reset(gst_caps_ref(caps));
+  return true;
+}
+
 bool Intake::Take(GstSample* sample, std::optional<Nanoseconds> captured, std::string* error) {
   GstBuffer* const buffer = gst_sample_get_buffer(sample);
-  GstVideoInfo info;
-  FrameShape shape;
-  if (!ReadCaps(buffer == nullptr ? nullptr : gst_sample_get_caps(sample), &info, &shape, error) ||
-      !mailbox_.Accepts(shape, error))
+  if (!ReadCaps(buffer == nullptr ? nullptr : gst_sample_get_caps(sample), error) ||
+      !mailbox_.Accepts(shape_, error))
     return false;
   if (withheld_) return true;
   FrameHeld frame;
   bool inPlace = false;
   {
-    const MappedFrame mapped(&info, buffer);
+    const MappedFrame mapped(&info_, buffer);
     // A broken buffer costs one frame, not the camera.
     if (!mapped.ok) {
       CountLost(1);
       return true;
     }
-    inPlace = IsPacked(mapped.frame, shape) && memory_.Has(Pixels(mapped.frame));
+    inPlace = IsPacked(mapped.frame, shape_) && memory_.Has(Pixels(mapped.frame));
     if (inPlace) {
       frame.pixels = Pixels(mapped.frame);
       frame.hold.reset(GST_MINI_OBJECT_CAST(gst_buffer_ref(buffer)));
     } else {
-      frame = memory_.Take(shape.DataSize(), error);
+      frame = memory_.Take(shape_.DataSize(), error);
       if (frame.pixels == nullptr) return false;
-      CopyRows(mapped.frame, shape, frame.pixels);
+      CopyRows(mapped.frame, shape_, frame.pixels);
     }
   }
   FrameTimes times;
   times.ready = Now();
   times.captureKnown = captured.has_value();
   times.captured = captured.value_or(times.ready);
-  mailbox_.Publish(shape, std::move(frame), times);
+  mailbox_.Publish(shape_, std::move(frame), times);
   running_ = true;
   const std::lock_guard guard(lock_);
   if (!inPlace) ++copied_;
@@ -106,8 +112,8 @@ ObjectHeld<GstBufferPool> Intake::OfferPool(GstCaps* caps) {
   GstVideoInfo info;
   FrameShape shape;
   std::string ignored;
-  if (!ReadCaps(caps, &info, &shape, &ignored) || !mailbox_.Accepts(shape, &ignored) ||
-      GST_VIDEO_INFO_SIZE(&info) != shape.DataSize())
+  if (caps == nullptr || !gst_video_info_from_caps(&info, caps) || !ShapeOf(info, &shape) ||
+      !mailbox_.Accepts(shape, &ignored) || GST_VIDEO_INFO_SIZE(&info) != shape.DataSize())
     return nullptr;
   return memory_.MakePool(caps, shape.DataSize());
 }

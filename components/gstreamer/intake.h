@@ -50,6 +50,15 @@ class Intake {
   const Mailbox& mailbox() const { return mailbox_; }
 
  private:
+  /// What is in the caps of a frame. False, with one sentence in `*error`, when it is of no use.
+  bool ReadCaps(GstCaps* caps, std::string* error);
+
+  // Of the one streaming thread that there is at a time. To read the caps of each frame would cost
+  // as much as all the rest that is done here.
+  CapsHeld caps_;  // those read last; null: none that were of use
+  GstVideoInfo info_ = {};
+  FrameShape shape_;
+
   FrameMemory memory_;
   Mailbox mailbox_;
   std::atomic<bool> running_{false};
