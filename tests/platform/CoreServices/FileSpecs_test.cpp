@@ -10,15 +10,6 @@ namespace {
 
 using namespace test;
 
-struct Pascal {
-  unsigned char bytes[256];
-  explicit Pascal(const std::string& text) {
-    bytes[0] = static_cast<unsigned char>(text.size());
-    std::memcpy(bytes + 1, text.data(), text.size());
-  }
-  operator ConstStr255Param() const { return bytes; }
-};
-
 std::string NameOf(const FSSpec& spec) {
   return {reinterpret_cast<const char*>(spec.name + 1), spec.name[0]};
 }

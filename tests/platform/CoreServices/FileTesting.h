@@ -35,6 +35,16 @@ inline OSErr Validity(const FSRef& ref) {
   return FSGetCatalogInfo(&ref, kFSCatInfoCreateDate, &info, nullptr, nullptr, nullptr);
 }
 
+/// Of 255 bytes at the most.
+struct Pascal {
+  unsigned char bytes[256];
+  explicit Pascal(const std::string& text) {
+    bytes[0] = static_cast<unsigned char>(text.size());
+    std::memcpy(bytes + 1, text.data(), text.size());
+  }
+  operator ConstStr255Param() const { return bytes; }
+};
+
 inline HFSUniStr255 Units(const std::u16string& text) {
   HFSUniStr255 units{};
   units.length = static_cast<UInt16>(text.size());

@@ -12,15 +12,6 @@ namespace {
 
 using namespace test;
 
-struct Pascal {
-  unsigned char bytes[256];
-  explicit Pascal(const std::string& text) {
-    bytes[0] = static_cast<unsigned char>(text.size());
-    std::memcpy(bytes + 1, text.data(), text.size());
-  }
-  operator ConstStr255Param() const { return bytes; }
-};
-
 Handle NewData(const std::string& bytes) {
   Handle handle = NewHandle(static_cast<Size>(bytes.size()));
   std::memcpy(*handle, bytes.data(), bytes.size());

@@ -1,6 +1,8 @@
 // An image's pixels as R, G, B, A bytes, straight, read from its provider.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <vector>
 
@@ -46,5 +48,22 @@ struct Decoded : ImageIODecoded {
   Decoded(const Decoded&) = delete;
   Decoded& operator=(const Decoded&) = delete;
 };
+
+/// How many copies of the file with one damaged byte, three for each byte, are not decoded whole.
+/// Each of them must come with an error.
+inline int RefusedWithOneByteDamaged(const Bytes& file) {
+  int refused = 0;
+  for (std::size_t i = 0; i < file.size(); ++i) {
+    for (const std::uint8_t change : {0x01, 0x80, 0xFF}) {
+      Bytes damaged = file;
+      damaged[i] ^= change;
+      const Decoded decoded(damaged);
+      if (decoded.complete) continue;
+      ++refused;
+      EXPECT_FALSE(decoded.error.empty()) << "byte " << i << ", changed by " << int{change};
+    }
+  }
+  return refused;
+}
 
 }  // namespace pixels

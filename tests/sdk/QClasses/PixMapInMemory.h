@@ -69,4 +69,12 @@ class PixMapInMemory {
   PixMap* pointer_ = nullptr;
 };
 
+inline void SetPixel(PixMapInMemory& map, int x, int y, const std::vector<unsigned char>& bytes) {
+  for (std::size_t i = 0; i < bytes.size(); ++i) map.At(x, y, int(i)) = bytes[i];
+}
+
+inline std::vector<unsigned char> Pixel(PixMapInMemory& map, int x, int y, int size = 4) {
+  return {&map.At(x, y, 0), &map.At(x, y, 0) + size};
+}
+
 }  // namespace test

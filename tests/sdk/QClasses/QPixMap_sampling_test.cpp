@@ -21,12 +21,6 @@ std::string Line(const std::string& code, const std::string& function,
                  const std::string& source = "sdk/QClasses/QPixMap") {
   return test::AnyLineNumber(test::VerifyLine(code, source, 1, function));
 }
-void SetPixel(PixMapInMemory& map, int x, int y, const Bytes& bytes) {
-  for (std::size_t i = 0; i < bytes.size(); ++i) map.At(x, y, int(i)) = bytes[i];
-}
-Bytes Pixel(PixMapInMemory& map, int x, int y, int size = 4) {
-  return Bytes(&map.At(x, y, 0), &map.At(x, y, 0) + size);
-}
 
 /// One byte of a sample, step by step.
 double Sample(PixMapInMemory& map, double x, double y, int byte) {
