@@ -159,14 +159,30 @@ HWY_INLINE void StorePixels(VI16 r, VI16 g, VI16 b, std::uint8_t* destination) {
 
 #endif
 
+/// The number of pairs in as many rows as one row of a frame that has no room between its rows.
+/// Nothing is left over at the rows' ends then, and no loop ends there, which is a tenth of a small
+/// frame's time. `tight` is whether the rows lie so, and only then are they joined.
+struct JoinedRows {
+  int pairs;
+  int height;
+};
+HWY_INLINE JoinedRows Join(int width, int height, bool tight) {
+  const int pairs = width / 2 + width % 2;
+  if (!tight || pairs <= 0 || height <= 1 || height > (1 << 28) / pairs) return {pairs, height};
+  return {pairs * height, 1};
+}
+
 /// Calls step(source, destination, pairs) for `vectors * PairsPerStep()` pairs at a time. A row's
 /// last pairs, fewer than that, pass through buffers of a whole step; with `reads` the
 /// destination's bytes go along.
 template <int srcPairBytes, int dstPairBytes, bool reads, int vectors = 1, typename Step>
 HWY_INLINE void ForSteps(const PackedRows& rows, const Step& step) {
-  const int pairs = rows.width / 2 + rows.width % 2;
+  const std::ptrdiff_t rowPairs = rows.width / 2 + rows.width % 2;
+  const auto [pairs, height] = Join(
+      rows.width, rows.height,
+      rows.srcRowBytes == srcPairBytes * rowPairs && rows.dstRowBytes == dstPairBytes * rowPairs);
   const int whole = vectors * PairsPerStep();
-  for (int y = 0; y < rows.height; ++y) {
+  for (int y = 0; y < height; ++y) {
     const std::uint8_t* src = rows.src + y * rows.srcRowBytes;
     std::uint8_t* dst = rows.dst + y * rows.dstRowBytes;
     int left = pairs;

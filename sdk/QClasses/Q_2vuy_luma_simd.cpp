@@ -30,14 +30,17 @@ HWY_INLINE V32 SwapBytes(V32 words) {
 }
 
 void Swap(const Rows& rows) {
-  // Two vectors a step keep more of the memory's traffic under way.
-  ForSteps<4, 4, false, 2>(rows, [](const std::uint8_t* src, std::uint8_t* dst, int) {
-    const std::size_t bytes = hn::Lanes(D8());
-    const V32 first = LoadWords(src);
-    const V32 second = LoadWords(src + bytes);
-    StoreWords(SwapBytes(first), dst);
-    StoreWords(SwapBytes(second), dst + bytes);
-  });
+  ForSteps<4, 4, false, 2>(
+      rows, [](const std::uint8_t* src, std::uint8_t* dst, int) LUMIVANE_INLINE_LAMBDA {
+        // Vectors of 32 bytes at the most: longer ones do not copy faster, and no slower.
+        const hn::CappedTag<std::uint16_t, 16> d;
+        const std::size_t bytes = 2 * hn::Lanes(D8());
+        for (std::size_t i = 0; i < bytes; i += 2 * hn::Lanes(d)) {
+          const auto words = hn::LoadU(d, reinterpret_cast<const std::uint16_t*>(src + i));
+          hn::StoreU(hn::Or(hn::ShiftLeft<8>(words), hn::ShiftRight<8>(words)), d,
+                     reinterpret_cast<std::uint16_t*>(dst + i));
+        }
+      });
 }
 
 /// '2vuy' words, of words in either order.
