@@ -159,9 +159,8 @@ HWY_INLINE void StorePixels(VI16 r, VI16 g, VI16 b, std::uint8_t* destination) {
 
 #endif
 
-/// The number of pairs in as many rows as one row of a frame that has no room between its rows.
-/// Nothing is left over at the rows' ends then, and no loop ends there, which is a tenth of a small
-/// frame's time. `tight` is whether the rows lie so, and only then are they joined.
+/// Rows that lie end to end (`tight`) are one long row: nothing is left over where one of them
+/// ends, and no loop ends there, which is some hundredths of a small frame's time.
 struct JoinedRows {
   int pairs;
   int height;

@@ -7,21 +7,13 @@
 //
 #include <hwy/highway.h>
 
-#include "platform/System/KernelForms.h"
 #include "sdk/QClasses/Q_2vuy_simd-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace Q_2vuy {
 namespace HWY_NAMESPACE {
 
-#if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128
-
-const KernelForm<BlendKernels>* BlendForm() {
-  static const KernelForm<BlendKernels> kForm = {HWY_TARGET, kScalarRowKernels.blends};
-  return &kForm;
-}
-
-#else
+#if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128  // The scalar form stands for these.
 
 struct Weight {
   VF take;
@@ -71,7 +63,8 @@ HWY_INLINE VF OnePlus(const std::uint8_t* words) {
   }
 }
 
-/// The bytes in place 0 or 1 of each word; with a `scale` of 2 the weights are twice as large.
+/// In place 0 or 1 of each word, with junk around it; `scale` is how many times too large the
+/// weights are.
 template <int byte, int scale>
 HWY_INLINE __m512i BlendByte(const std::uint8_t* a, const std::uint8_t* b, const Weight& weight) {
   const VF sum = hn::Add(hn::MulSub(OnePlus<byte>(a), weight.keep, weight.keep),
@@ -176,7 +169,7 @@ HWY_INLINE void BlendSteps(const BlendRows& rows, const std::uint8_t* mask,
     std::uint8_t* dst = rows.dst + y * rows.dstRowBytes;
     int x = 0;
     if (pairs >= lanes) {
-      // A step's weights are made during the one before it, which has no use for them to wait for.
+      // Weights are made one step ahead, so that no step waits for its own.
       Weights next = weightsOf(m);
       for (; pairs - x >= lanes; x += lanes) {
         const Weights weights = next;
@@ -232,8 +225,9 @@ struct Fractions {
 
 #if HWY_TARGET <= HWY_AVX3
 
-// level / 255 is 0.llll... to base 256: the level four times is 2^32 times as much, but for what
-// comes after, and what comes after never lets it be rounded down.
+// level / 255 is 0.llll... to base 256, so that the level four times over is 2^32 times as much,
+// cut off. The first bit that a float has no place for is the highest of a level's own: it is
+// rounded up, whatever follows.
 constexpr float kFractionScale = 0x1p32f;
 
 HWY_INLINE VF RoundedUp(__m512i fourfold) {
@@ -319,28 +313,8 @@ void BlendMasked(const BlendRows& rows, float t, const std::uint8_t* mask,
   }
 }
 
-const KernelForm<BlendKernels>* BlendForm() {
-  static const KernelForm<BlendKernels> kForm = {HWY_TARGET,
-                                                 {hwy::TargetName(HWY_TARGET), Blend, BlendMasked}};
-  return &kForm;
-}
-
 #endif
 
 }  // namespace HWY_NAMESPACE
 }  // namespace Q_2vuy
 HWY_AFTER_NAMESPACE();
-
-#if HWY_ONCE
-namespace Q_2vuy {
-
-HWY_EXPORT(BlendForm);
-
-std::span<const BlendKernels> AvailableBlendKernels() {
-  static const std::vector<BlendKernels> kForms =
-      SupportedForms(HWY_DISPATCH_TABLE(BlendForm), kScalarRowKernels.blends);
-  return kForms;
-}
-
-}  // namespace Q_2vuy
-#endif

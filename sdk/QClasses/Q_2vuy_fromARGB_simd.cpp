@@ -1,4 +1,4 @@
-// ARGB to 2vuy and over it. Included once per instruction set by Q_2vuy_conversion_simd.cpp.
+// ARGB to 2vuy and over it. The vector forms, compiled once per instruction set.
 //
 // In single precision, with what is equal to the rule's double precision for every colour:
 //   x * 0.875 + 128 and x * 219 / 256 + 16, narrowed, are one fused multiply-add each, or sums of
@@ -6,19 +6,21 @@
 //   the rounding, which takes a half down, is the ceiling of what is one half less, and the half
 //   may be left out of the sum to begin with; A / 255 narrowed is that quotient.
 // The luma sum stays as it is, step by step.
-#if defined(SDK_QCLASSES_Q_2VUY_FROMARGB_SIMD_INL_H_) == defined(HWY_TARGET_TOGGLE)
-#ifdef SDK_QCLASSES_Q_2VUY_FROMARGB_SIMD_INL_H_
-#undef SDK_QCLASSES_Q_2VUY_FROMARGB_SIMD_INL_H_
-#else
-#define SDK_QCLASSES_Q_2VUY_FROMARGB_SIMD_INL_H_
-#endif
+#include "sdk/QClasses/Q_2vuy_kernels.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "sdk/QClasses/Q_2vuy_fromARGB_simd.cpp"
+#include <hwy/foreach_target.h>
+//
+#include <hwy/highway.h>
 
 #include "sdk/QClasses/Q_2vuy_simd-inl.h"
 
-#if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
 HWY_BEFORE_NAMESPACE();
 namespace Q_2vuy {
 namespace HWY_NAMESPACE {
+
+#if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128  // The scalar form stands for these.
 
 /// Rounded up, for positive values in range.
 HWY_INLINE V32 RoundUp(VF value) {
@@ -132,7 +134,7 @@ HWY_INLINE Pair422 FromPair(const PixelPairs& pixels) {
           p1.y};
 }
 
-HWY_INLINE void FromARGB(const Rows& rows) {
+void FromARGB(const Rows& rows) {
   ForSteps<8, 4, false>(rows,
                         [](const std::uint8_t* src, std::uint8_t* dst, int) LUMIVANE_INLINE_LAMBDA {
                           const Pair422 pair = FromPair(LoadPixelPairs(src));
@@ -180,7 +182,7 @@ HWY_INLINE void OverARGBRows(const Rows& rows, float opacity) {
       });
 }
 
-HWY_INLINE void OverARGB(const Rows& rows, float opacity) {
+void OverARGB(const Rows& rows, float opacity) {
   if (opacity == 1.0f) {
     OverARGBRows<true, true>(rows, opacity);
   } else if (opacity >= 0.0f && opacity <= 1.0f) {
@@ -190,9 +192,8 @@ HWY_INLINE void OverARGB(const Rows& rows, float opacity) {
   }
 }
 
+#endif
+
 }  // namespace HWY_NAMESPACE
 }  // namespace Q_2vuy
 HWY_AFTER_NAMESPACE();
-#endif
-
-#endif

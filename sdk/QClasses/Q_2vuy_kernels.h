@@ -60,8 +60,6 @@ struct BlendRows {
 enum class Order { k2vuy, kYuvs };
 
 struct ConversionKernels {
-  std::string_view name;
-
   /// 2vuy to opaque ARGB. The Cr byte is not read: every pixel gets the Cr column of the matrix
   /// once. Luma below 16 gives black whatever the chroma.
   void (*to_ARGB)(const Rows& rows);
@@ -75,8 +73,6 @@ struct ConversionKernels {
 };
 
 struct LumaKernels {
-  std::string_view name;
-
   /// 'yuvs' to '2vuy', which is also '2vuy' to 'yuvs'.
   void (*swap)(const Rows& rows);
 
@@ -89,8 +85,6 @@ struct LumaKernels {
 };
 
 struct BlendKernels {
-  std::string_view name;
-
   /// dst = a * (1 - t) + b * t for each byte, in single precision, truncated.
   void (*blend)(const BlendRows& rows, float t);
 
@@ -119,11 +113,6 @@ bool SelectRowKernels(std::string_view name);
 
 /// The definitions, straight from the rules.
 extern const RowKernels kScalarRowKernels;
-
-/// What the list is made of: the same instruction sets in the same order.
-std::span<const ConversionKernels> AvailableConversionKernels();
-std::span<const LumaKernels> AvailableLumaKernels();
-std::span<const BlendKernels> AvailableBlendKernels();
 
 /// The engine's rounding: widened to double, 0.49999999 added, truncated toward zero, so that a
 /// half rounds down. What lies beyond the 32-bit range, and NaN, becomes the most negative integer,

@@ -218,9 +218,7 @@ std::int32_t Truncate(float value) {
   return TruncateDouble(static_cast<double>(value));
 }
 
-const RowKernels kScalarRowKernels = {"scalar",
-                                      {"scalar", ToARGB, FromARGB, OverARGB},
-                                      {"scalar", Swap, Map, CountAndMap},
-                                      {"scalar", Blend, BlendMasked}};
+const RowKernels kScalarRowKernels = {
+    "scalar", {ToARGB, FromARGB, OverARGB}, {Swap, Map, CountAndMap}, {Blend, BlendMasked}};
 
 }  // namespace Q_2vuy

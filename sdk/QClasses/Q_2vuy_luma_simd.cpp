@@ -8,21 +8,13 @@
 //
 #include <hwy/highway.h>
 
-#include "platform/System/KernelForms.h"
 #include "sdk/QClasses/Q_2vuy_simd-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace Q_2vuy {
 namespace HWY_NAMESPACE {
 
-#if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128
-
-const KernelForm<LumaKernels>* LumaForm() {
-  static const KernelForm<LumaKernels> kForm = {HWY_TARGET, kScalarRowKernels.luma};
-  return &kForm;
-}
-
-#else
+#if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128  // The scalar form stands for these.
 
 HWY_INLINE V32 SwapBytes(V32 words) {
   const V16 pairs = hn::BitCast(D16(), words);
@@ -32,7 +24,8 @@ HWY_INLINE V32 SwapBytes(V32 words) {
 void Swap(const Rows& rows) {
   ForSteps<4, 4, false, 2>(
       rows, [](const std::uint8_t* src, std::uint8_t* dst, int) LUMIVANE_INLINE_LAMBDA {
-        // Vectors of 32 bytes at the most: longer ones do not copy faster, and no slower.
+        // By 32 bytes at the most. It is all loads and stores, and those of 64 bytes take a tenth
+        // longer where a processor splits them.
         const hn::CappedTag<std::uint16_t, 16> d;
         const std::size_t bytes = 2 * hn::Lanes(D8());
         for (std::size_t i = 0; i < bytes; i += 2 * hn::Lanes(d)) {
@@ -243,28 +236,8 @@ void CountAndMap(const Rows& rows, Order order, const std::uint8_t* bytes, std::
   own.AddTo(counts);
 }
 
-const KernelForm<LumaKernels>* LumaForm() {
-  static const KernelForm<LumaKernels> kForm = {
-      HWY_TARGET, {hwy::TargetName(HWY_TARGET), Swap, Map, CountAndMap}};
-  return &kForm;
-}
-
 #endif
 
 }  // namespace HWY_NAMESPACE
 }  // namespace Q_2vuy
 HWY_AFTER_NAMESPACE();
-
-#if HWY_ONCE
-namespace Q_2vuy {
-
-HWY_EXPORT(LumaForm);
-
-std::span<const LumaKernels> AvailableLumaKernels() {
-  static const std::vector<LumaKernels> kForms =
-      SupportedForms(HWY_DISPATCH_TABLE(LumaForm), kScalarRowKernels.luma);
-  return kForms;
-}
-
-}  // namespace Q_2vuy
-#endif

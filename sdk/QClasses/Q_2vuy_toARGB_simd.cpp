@@ -1,4 +1,4 @@
-// 2vuy to ARGB. Included once per instruction set by Q_2vuy_conversion_simd.cpp.
+// 2vuy to ARGB. The vector forms, compiled once per instruction set.
 //
 // In integers: with y = Y - 16 and c = Cb - 128 the rule's three channels are
 //   R = (1220944 y                + 2404000) >> 20
@@ -7,19 +7,21 @@
 // limited to 0..255, for every Y of 16 and above and every Cb. The luma factor is 16 * 76309, so
 // the sums may be made of luma and chroma terms that were divided by 16 before: then a channel is
 // the upper half of its 32-bit lane.
-#if defined(SDK_QCLASSES_Q_2VUY_TOARGB_SIMD_INL_H_) == defined(HWY_TARGET_TOGGLE)
-#ifdef SDK_QCLASSES_Q_2VUY_TOARGB_SIMD_INL_H_
-#undef SDK_QCLASSES_Q_2VUY_TOARGB_SIMD_INL_H_
-#else
-#define SDK_QCLASSES_Q_2VUY_TOARGB_SIMD_INL_H_
-#endif
+#include "sdk/QClasses/Q_2vuy_kernels.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "sdk/QClasses/Q_2vuy_toARGB_simd.cpp"
+#include <hwy/foreach_target.h>
+//
+#include <hwy/highway.h>
 
 #include "sdk/QClasses/Q_2vuy_simd-inl.h"
 
-#if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
 HWY_BEFORE_NAMESPACE();
 namespace Q_2vuy {
 namespace HWY_NAMESPACE {
+
+#if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128  // The scalar form stands for these.
 
 constexpr std::int32_t kLuma = 76309;
 constexpr std::int32_t kBlack = -16 * kLuma;  ///< the luma term of Y itself starts there
@@ -93,14 +95,13 @@ HWY_INLINE void StepToARGB(const std::uint8_t* src, std::uint8_t* dst) {
               channels(ChromaTerm<2215014, 524250>(chroma)), dst);
 }
 
-HWY_INLINE void ToARGB(const Rows& rows) {
+void ToARGB(const Rows& rows) {
   ForSteps<4, 8, false>(rows, [](const std::uint8_t* src, std::uint8_t* dst, int)
                                   LUMIVANE_INLINE_LAMBDA { StepToARGB(src, dst); });
 }
 
+#endif
+
 }  // namespace HWY_NAMESPACE
 }  // namespace Q_2vuy
 HWY_AFTER_NAMESPACE();
-#endif
-
-#endif

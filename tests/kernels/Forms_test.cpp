@@ -41,9 +41,9 @@ Functions Of(const XFrameKernels::RowKernels& kernels) {
 }
 Functions Of(const Q_2vuy::RowKernels& kernels) {
   const auto& [name, conversion, luma, blends] = kernels;
-  const auto& [conversionName, toARGB, fromARGB, overARGB] = conversion;
-  const auto& [lumaName, swap, map, countAndMap] = luma;
-  const auto& [blendsName, blend, blendMasked] = blends;
+  const auto& [toARGB, fromARGB, overARGB] = conversion;
+  const auto& [swap, map, countAndMap] = luma;
+  const auto& [blend, blendMasked] = blends;
   return FunctionsOf(toARGB, fromARGB, overARGB, swap, map, countAndMap, blend, blendMasked);
 }
 Functions Of(const QPixMapKernels::RowKernels& kernels) {

@@ -378,7 +378,13 @@ TEST(Q2vuyKernels, BlendMaskedOverEveryMask) {
     mask[2 * i] = std::uint8_t(i & 0xFF);
     mask[2 * i + 1] = std::uint8_t(17 * (i >> 8));
   }
-  for (const float t : {0.0f, 0.1f, 0.3f, 0.5f, 0.70710678f, 0.9f, 1.0f}) {
+  // Up to about 0.366 no level has its full weight.
+  constexpr float kLastBelowFull = 0.36602539f;
+  ASSERT_LE(2 * kLastBelowFull * (1 + kLastBelowFull), 1.0f);
+  const float firstFull = std::nextafter(std::nextafter(kLastBelowFull, 1.0f), 1.0f);
+  ASSERT_GT(2 * firstFull * (1 + firstFull), 1.0f);
+  for (const float t : {0.0f, 1e-40f, 1e-30f, 1e-9f, 0.1f, 0.3f, kLastBelowFull, firstFull, 0.5f,
+                        0.70710678f, 0.9f, 1.0f}) {
     Bytes want(a.size());
     for (std::size_t p = 0; p < 4096; ++p) {
       float w0, k0, w1, k1;
@@ -394,6 +400,51 @@ TEST(Q2vuyKernels, BlendMaskedOverEveryMask) {
       Bytes got(a.size());
       blendMasked(k, got.data(), a.data(), b.data(), 2 * 4096, t, mask.data());
       ASSERT_EQ(got, want) << k.name << " t " << t;
+    }
+  }
+}
+
+TEST(Q2vuyKernels, BlendMaskedOverEveryPairOfBytes) {
+  // The mask is as bright all over, so that luma and chroma have the same weight.
+  Bytes a(65536);
+  Bytes b(a.size());
+  for (int i = 0; i < 65536; ++i) {
+    a[std::size_t(i)] = std::uint8_t(i & 0xFF);
+    b[std::size_t(i)] = std::uint8_t(i >> 8);
+  }
+  for (const float t : {0.2f, 0.3f, 0.62f}) {
+    for (int level = 0; level < 256; level += 5 * test::kDomainStep) {
+      float take, keep;
+      oracle::MaskWeight(std::uint8_t(level), t, &take, &keep);
+      Bytes want(a.size());
+      for (std::size_t i = 0; i < a.size(); ++i) want[i] = oracle::Mix(a[i], keep, b[i], take);
+      const Bytes mask(a.size() / 2, std::uint8_t(level));
+      for (const RowKernels& k : AvailableRowKernels()) {
+        Bytes got(a.size());
+        blendMasked(k, got.data(), a.data(), b.data(), int(mask.size()), t, mask.data());
+        ASSERT_EQ(got, want) << k.name << " t " << t << " level " << level;
+      }
+    }
+  }
+}
+
+TEST(Q2vuyKernels, FormsAgreeOnAbsurdWeights) {
+  const Bytes a = RandomBytes(4 * 256, 51);
+  const Bytes b = RandomBytes(4 * 256, 52);
+  const Bytes mask = RandomBytes(2 * 256, 53);
+  const auto& scalar = Q_2vuy::kScalarRowKernels;
+  for (const float t : {-1e-40f, -0.3f, -3.0f, 1.0000001f, 2.0f, 1e6f, -1e9f, 1e20f, -3e38f,
+                        std::numeric_limits<float>::infinity(), std::nanf("")}) {
+    Bytes wantBlend(a.size());
+    Bytes wantMasked(a.size());
+    blend(scalar, wantBlend.data(), a.data(), b.data(), 512, t);
+    blendMasked(scalar, wantMasked.data(), a.data(), b.data(), 512, t, mask.data());
+    for (const RowKernels& k : AvailableRowKernels()) {
+      Bytes got(a.size());
+      blend(k, got.data(), a.data(), b.data(), 512, t);
+      EXPECT_EQ(got, wantBlend) << k.name << ' ' << t;
+      blendMasked(k, got.data(), a.data(), b.data(), 512, t, mask.data());
+      EXPECT_EQ(got, wantMasked) << k.name << ' ' << t;
     }
   }
 }

@@ -116,17 +116,26 @@ std::vector<Kernel> Kernels() {
   };
 }
 
+/// Which way rows follow each other, and the bytes between them.
+struct Layout {
+  std::ptrdiff_t sign;
+  std::ptrdiff_t srcRoom;
+  std::ptrdiff_t dstRoom;
+};
+
 TEST(Q2vuyKernelRows, EveryStrideAndStartGivesTheRowsAndNothingElse) {
   constexpr int kHeight = 3;
   for (const Kernel& kernel : Kernels()) {
     for (const int width : {0, 1, 2, 7, 31, 32, 33, 64, 65, 127, 130}) {
-      for (const std::ptrdiff_t sign : {1, -1}) {
-        const auto stride = [&](std::size_t pairBytes, std::ptrdiff_t room) {
+      // Rows that lie end to end, too.
+      for (const auto& [sign, srcRoom, dstRoom] :
+           {Layout{1, 6, 9}, Layout{-1, 6, 9}, Layout{1, 0, 0}, Layout{1, 0, 4}, Layout{1, 4, 0}}) {
+        const auto stride = [sign = sign, width](std::size_t pairBytes, std::ptrdiff_t room) {
           return sign * (static_cast<std::ptrdiff_t>(PairsOf(width) * pairBytes) + room);
         };
-        Raster src(width, kHeight, kernel.srcPairBytes, 1, stride(kernel.srcPairBytes, 6), 1);
-        const Raster before(width, kHeight, kernel.dstPairBytes, 3, stride(kernel.dstPairBytes, 9),
-                            2);
+        Raster src(width, kHeight, kernel.srcPairBytes, 1, stride(kernel.srcPairBytes, srcRoom), 1);
+        const Raster before(width, kHeight, kernel.dstPairBytes, 3,
+                            stride(kernel.dstPairBytes, dstRoom), 2);
         Raster want = before;
         for (int y = 0; y < kHeight; ++y) {
           kernel.run(kScalarRowKernels, {src.top() + y * src.stride(), 0,
@@ -136,8 +145,8 @@ TEST(Q2vuyKernelRows, EveryStrideAndStartGivesTheRowsAndNothingElse) {
         for (const RowKernels& form : AvailableRowKernels()) {
           Raster got = before;
           kernel.run(form, {src.top(), src.stride(), got.top(), got.stride(), width, kHeight});
-          EXPECT_EQ(got.bytes(), want.bytes())
-              << form.name << ' ' << kernel.name << " width " << width << " sign " << sign;
+          EXPECT_EQ(got.bytes(), want.bytes()) << form.name << ' ' << kernel.name << " width "
+                                               << width << " sign " << sign << " room " << srcRoom;
         }
       }
     }
@@ -154,34 +163,39 @@ TEST(Q2vuyKernelRows, BlendsTakeEveryStrideAndEitherSourceAsDestination) {
       k.blends.blendMasked(rows, 0.37f, levels, mask.stride());
     }
   };
-  for (const int width : {0, 1, 2, 31, 32, 33, 66, 130}) {
-    const auto stride = [&](std::size_t pairBytes, std::ptrdiff_t room) {
-      return static_cast<std::ptrdiff_t>(PairsOf(width) * pairBytes) + room;
-    };
-    const Raster a(width, kHeight, 4, 1, stride(4, 2), 11);
-    const Raster b(width, kHeight, 4, 2, -stride(4, 4), 12);
-    const Raster dst(width, kHeight, 4, 3, stride(4, 8), 13);
-    Raster mask(width, kHeight, 2, 1, stride(2, 3), 14);
-    for (const bool masked : {false, true}) {
-      std::uint8_t* levels = masked ? mask.top() : nullptr;
-      for (const int target : {0, 1, 2}) {  // Apart, a, b.
-        const auto result = [&](const RowKernels& form, bool byRow) {
-          Raster ra = a;
-          Raster rb = b;
-          Raster rd = dst;
-          Raster& to = target == 0 ? rd : (target == 1 ? ra : rb);
-          for (int y = 0; y < (byRow ? kHeight : 1); ++y) {
-            run(form,
-                {ra.top() + y * ra.stride(), ra.stride(), rb.top() + y * rb.stride(), rb.stride(),
-                 to.top() + y * to.stride(), to.stride(), width, byRow ? 1 : kHeight},
-                mask, levels == nullptr ? nullptr : levels + y * mask.stride());
+  // Bytes between the rows of a, b, destination and mask; b runs upwards, unless they lie end to
+  // end.
+  constexpr std::ptrdiff_t kRooms[][4] = {{2, 4, 8, 3}, {0, 0, 0, 0}, {0, 0, 0, 2}, {0, 4, 0, 0}};
+  for (const auto& rooms : kRooms) {
+    for (const int width : {0, 1, 2, 31, 32, 33, 66, 130}) {
+      const auto stride = [&](std::size_t pairBytes, std::ptrdiff_t room) {
+        return static_cast<std::ptrdiff_t>(PairsOf(width) * pairBytes) + room;
+      };
+      const Raster a(width, kHeight, 4, 1, stride(4, rooms[0]), 11);
+      const Raster b(width, kHeight, 4, 2, (rooms[1] > 0 ? -1 : 1) * stride(4, rooms[1]), 12);
+      const Raster dst(width, kHeight, 4, 3, stride(4, rooms[2]), 13);
+      Raster mask(width, kHeight, 2, 1, stride(2, rooms[3]), 14);
+      for (const bool masked : {false, true}) {
+        std::uint8_t* levels = masked ? mask.top() : nullptr;
+        for (const int target : {0, 1, 2}) {  // Apart, a, b.
+          const auto result = [&](const RowKernels& form, bool byRow) {
+            Raster ra = a;
+            Raster rb = b;
+            Raster rd = dst;
+            Raster& to = target == 0 ? rd : (target == 1 ? ra : rb);
+            for (int y = 0; y < (byRow ? kHeight : 1); ++y) {
+              run(form,
+                  {ra.top() + y * ra.stride(), ra.stride(), rb.top() + y * rb.stride(), rb.stride(),
+                   to.top() + y * to.stride(), to.stride(), width, byRow ? 1 : kHeight},
+                  mask, levels == nullptr ? nullptr : levels + y * mask.stride());
+            }
+            return std::vector<Bytes>{ra.bytes(), rb.bytes(), rd.bytes()};
+          };
+          const auto want = result(kScalarRowKernels, true);
+          for (const RowKernels& form : AvailableRowKernels()) {
+            EXPECT_EQ(result(form, false), want)
+                << form.name << " width " << width << " masked " << masked << " target " << target;
           }
-          return std::vector<Bytes>{ra.bytes(), rb.bytes(), rd.bytes()};
-        };
-        const auto want = result(kScalarRowKernels, true);
-        for (const RowKernels& form : AvailableRowKernels()) {
-          EXPECT_EQ(result(form, false), want)
-              << form.name << " width " << width << " masked " << masked << " target " << target;
         }
       }
     }
