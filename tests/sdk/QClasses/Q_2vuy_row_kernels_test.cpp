@@ -1,9 +1,12 @@
 // The row kernels on frames, in each of their forms: strides, starts, guards, rows in place; and
 // the order and the levels of 4:2:2 rows.
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <array>
 #include <functional>
+#include <new>
 #include <random>
 #include <string>
 #include <vector>
@@ -198,6 +201,48 @@ TEST(Q2vuyKernelRows, BlendsTakeEveryStrideAndEitherSourceAsDestination) {
           }
         }
       }
+    }
+  }
+}
+
+/// Bytes at the end of a page that another one follows which cannot be read.
+class AtPageEnd {
+ public:
+  explicit AtPageEnd(std::size_t size) : size_(size) {
+    void* pages =
+        mmap(nullptr, 2 * page_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (pages == MAP_FAILED) throw std::bad_alloc();
+    pages_ = static_cast<std::uint8_t*>(pages);
+    if (mprotect(pages_ + page_, page_, PROT_NONE) != 0) throw std::bad_alloc();
+  }
+  ~AtPageEnd() { munmap(pages_, 2 * page_); }
+  AtPageEnd(const AtPageEnd&) = delete;
+  AtPageEnd& operator=(const AtPageEnd&) = delete;
+  std::uint8_t* data() { return pages_ + page_ - size_; }
+
+ private:
+  std::size_t page_ = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  std::size_t size_;
+  std::uint8_t* pages_ = nullptr;
+};
+
+TEST(Q2vuyKernelRows, NothingBehindTheLastPairIsRead) {
+  for (const int width : {2, 30, 32, 64, 66, 256}) {
+    const std::size_t pairs = PairsOf(width);
+    AtPageEnd a(4 * pairs);
+    AtPageEnd b(4 * pairs);
+    AtPageEnd mask(2 * pairs);
+    for (const RowKernels& form : AvailableRowKernels()) {
+      for (const Kernel& kernel : Kernels()) {
+        AtPageEnd src(kernel.srcPairBytes * pairs);
+        AtPageEnd dst(kernel.dstPairBytes * pairs);
+        kernel.run(form, {src.data(), 0, dst.data(), 0, width, 1});
+      }
+      AtPageEnd dst(4 * pairs);
+      const Q_2vuy::BlendRows rows{a.data(), 0, b.data(), 0, dst.data(), 0, width, 1};
+      form.blends.blend(rows, 0.37f);
+      form.blends.blendMasked(rows, 0.37f, mask.data(), 0);
+      form.blends.blendMasked(rows, 0.62f, mask.data(), 0);
     }
   }
 }
