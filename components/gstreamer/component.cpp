@@ -2,7 +2,6 @@
 
 #include <dlfcn.h>
 
-#include <algorithm>
 #include <chrono>
 #include <cstring>
 #include <exception>

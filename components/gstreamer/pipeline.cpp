@@ -120,6 +120,17 @@ GstElement* Pipeline::Add(const char* factory, std::string* error) {
   return element;
 }
 
+// A queue with room for one buffer, which a newer one takes the place of.
+GstElement* Pipeline::AddNewestOnly(std::string* error) {
+  GstElement* const queue = Add("queue", error);
+  if (queue == nullptr) return nullptr;
+  Set(queue, "max-size-buffers", "1");
+  Set(queue, "max-size-bytes", "0");
+  Set(queue, "max-size-time", "0");
+  Set(queue, "leaky", "downstream");
+  return queue;
+}
+
 // Adds an element after the last one; null fails, so that Add's result can be given as it is.
 bool Pipeline::Chain(GstElement* element, std::string* error) {
   if (element == nullptr) return false;
@@ -168,13 +179,7 @@ bool Pipeline::BuildCamera(std::string* error) {
   if (format.decoded) return true;
   if (!format.isJpeg) return AddDecoder(error);
   // Each picture stands for itself: one that is not decoded in time is left out.
-  GstElement* const queue = Add("queue", error);
-  if (queue == nullptr) return false;
-  Set(queue, "max-size-buffers", "1");
-  Set(queue, "max-size-bytes", "0");
-  Set(queue, "max-size-time", "0");
-  Set(queue, "leaky", "downstream");
-  return Chain(queue, error) && Chain(Add("jpegdec", error), error);
+  return Chain(AddNewestOnly(error), error) && Chain(Add("jpegdec", error), error);
 }
 
 bool Pipeline::BuildTest(std::string* error) {
@@ -289,13 +294,7 @@ bool Pipeline::BuildTail(std::string* error) {
   };
   if (plan_.source.kind == Source::kCamera || plan_.source.kind == Source::kDevicePath) {
     // The camera goes on while a frame is converted, and of what it brings the newest is kept.
-    GstElement* const queue = Add("queue", error);
-    if (queue == nullptr) return false;
-    Set(queue, "max-size-buffers", "1");
-    Set(queue, "max-size-bytes", "0");
-    Set(queue, "max-size-time", "0");
-    Set(queue, "leaky", "downstream");
-    if (!enter(queue)) return false;
+    if (!enter(AddNewestOnly(error))) return false;
   }
   if (settings_.deinterlace && !isTest) {
     GstElement* const deinterlace = Add("deinterlace", error);

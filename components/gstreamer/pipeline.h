@@ -68,6 +68,7 @@ class Pipeline {
   bool BuildOwn(std::string* error);
   bool BuildTail(std::string* error);
   GstElement* Add(const char* factory, std::string* error);
+  GstElement* AddNewestOnly(std::string* error);
   bool Chain(GstElement* element, std::string* error);
   bool AddDecoder(std::string* error);
   void WatchEntry();
