@@ -1,4 +1,7 @@
 // The vector forms of the blends, compiled once per instruction set.
+#include <algorithm>
+#include <cmath>
+
 #include "sdk/QClasses/Q_2vuy_kernels.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -140,6 +143,20 @@ enum class Range {
   kBelowFull,  ///< the same, and no level's weight comes to more than 1
 };
 
+/// One level a pixel.
+struct Mask {
+  const std::uint8_t* levels;  ///< or null
+  std::ptrdiff_t rowBytes;
+  std::uint8_t full;  ///< from here on levels weigh 1, in the range kInside
+};
+
+/// Whether nothing but `b` shows in a step.
+HWY_INLINE bool IsFull(const std::uint8_t* levels, std::uint8_t full) {
+  const hn::Half<D8> d;
+  const auto level = hn::LoadU(d, levels);
+  return hn::AllTrue(d, hn::Eq(hn::Max(level, hn::Set(d, full)), level));
+}
+
 template <Range range>
 HWY_INLINE void BlendStep(const std::uint8_t* a, const std::uint8_t* b, std::uint8_t* dst,
                           const Weights& weights) {
@@ -151,21 +168,20 @@ HWY_INLINE void BlendStep(const std::uint8_t* a, const std::uint8_t* b, std::uin
 }
 
 /// Blends `PairsPerStep()` pairs at a time, with weightsOf(levels) of their levels; a row's last
-/// ones in buffers of a whole step. Without a `mask` the levels are null.
+/// ones in buffers of a whole step. Without a mask the levels are null.
 template <Range range, typename WeightsOf>
-HWY_INLINE void BlendSteps(const BlendRows& rows, const std::uint8_t* mask,
-                           std::ptrdiff_t maskRowBytes, const WeightsOf& weightsOf) {
+HWY_INLINE void BlendSteps(const BlendRows& rows, const Mask& mask, const WeightsOf& weightsOf) {
   const std::ptrdiff_t rowPairs = rows.width / 2 + rows.width % 2;
   const auto tight = [=](std::ptrdiff_t rowBytes) { return rowBytes == 4 * rowPairs; };
   const auto [pairs, height] =
       Join(rows.width, rows.height,
            tight(rows.aRowBytes) && tight(rows.bRowBytes) && tight(rows.dstRowBytes) &&
-               (mask == nullptr || tight(2 * maskRowBytes)));
+               (mask.levels == nullptr || tight(2 * mask.rowBytes)));
   const int lanes = PairsPerStep();
   for (int y = 0; y < height; ++y) {
     const std::uint8_t* a = rows.a + y * rows.aRowBytes;
     const std::uint8_t* b = rows.b + y * rows.bRowBytes;
-    const std::uint8_t* m = mask == nullptr ? nullptr : mask + y * maskRowBytes;
+    const std::uint8_t* m = mask.levels == nullptr ? nullptr : mask.levels + y * mask.rowBytes;
     std::uint8_t* dst = rows.dst + y * rows.dstRowBytes;
     int x = 0;
     if (pairs >= lanes) {
@@ -175,7 +191,11 @@ HWY_INLINE void BlendSteps(const BlendRows& rows, const std::uint8_t* mask,
         const Weights weights = next;
         const int ahead = pairs - x >= 2 * lanes ? x + lanes : x;
         next = weightsOf(m == nullptr ? nullptr : m + 2 * ahead);
-        BlendStep<range>(a + 4 * x, b + 4 * x, dst + 4 * x, weights);
+        if (range == Range::kInside && m != nullptr && IsFull(m + 2 * x, mask.full)) {
+          StoreWords(LoadWords(b + 4 * x), dst + 4 * x);
+        } else {
+          BlendStep<range>(a + 4 * x, b + 4 * x, dst + 4 * x, weights);
+        }
       }
     }
     if (x < pairs) {
@@ -193,7 +213,7 @@ HWY_INLINE void BlendSteps(const BlendRows& rows, const std::uint8_t* mask,
 template <Range range>
 HWY_INLINE void BlendRowsBy(const BlendRows& rows, float t) {
   const Weight weight{hn::Set(DF(), t), hn::Set(DF(), 1.0f - t)};
-  BlendSteps<range>(rows, nullptr, 0, [=](const std::uint8_t*) LUMIVANE_INLINE_LAMBDA {
+  BlendSteps<range>(rows, Mask{}, [=](const std::uint8_t*) LUMIVANE_INLINE_LAMBDA {
     return Weights{weight, weight};
   });
 }
@@ -293,23 +313,34 @@ HWY_INLINE Weight MaskWeight(VF fraction, float t) {
 }
 
 template <Range range>
-HWY_INLINE void BlendMaskedBy(const BlendRows& rows, float t, const std::uint8_t* mask,
-                              std::ptrdiff_t maskRowBytes) {
-  BlendSteps<
-      range>(rows, mask, maskRowBytes, [=](const std::uint8_t* levels) LUMIVANE_INLINE_LAMBDA {
+HWY_INLINE void BlendMaskedBy(const BlendRows& rows, float t, const Mask& mask) {
+  BlendSteps<range>(rows, mask, [=](const std::uint8_t* levels) LUMIVANE_INLINE_LAMBDA {
     const Fractions fractions = FractionsOf(levels);
     return Weights{MaskWeight<range>(fractions.first, t), MaskWeight<range>(fractions.second, t)};
   });
 }
 
+/// The weight of the highest level, limited or not.
+float HighestWeight(float t) {
+  return 2.0f * t * (1.0f + t);
+}
+
+/// A level from which on all weigh 1, for a `t` with which the highest one does: where
+/// 2 t (level / 255 + t) is more than 1 by what the level before would lack, so that rounding makes
+/// no difference.
+std::uint8_t FullLevel(float t) {
+  const double first = 255.0 * (0.5 / static_cast<double>(t) - static_cast<double>(t));
+  return static_cast<std::uint8_t>(std::clamp(std::floor(first) + 2.0, 0.0, 255.0));
+}
+
 void BlendMasked(const BlendRows& rows, float t, const std::uint8_t* mask,
                  std::ptrdiff_t maskRowBytes) {
   if (!IsWithinRange(t)) {
-    BlendMaskedBy<Range::kAny>(rows, t, mask, maskRowBytes);
-  } else if (2.0f * t * (1.0f + t) > 1.0f) {
-    BlendMaskedBy<Range::kInside>(rows, t, mask, maskRowBytes);
+    BlendMaskedBy<Range::kAny>(rows, t, {mask, maskRowBytes, 0});
+  } else if (HighestWeight(t) > 1.0f) {
+    BlendMaskedBy<Range::kInside>(rows, t, {mask, maskRowBytes, FullLevel(t)});
   } else {
-    BlendMaskedBy<Range::kBelowFull>(rows, t, mask, maskRowBytes);
+    BlendMaskedBy<Range::kBelowFull>(rows, t, {mask, maskRowBytes, 0});
   }
 }
 

@@ -428,6 +428,30 @@ TEST(Q2vuyKernels, BlendMaskedOverEveryPairOfBytes) {
   }
 }
 
+TEST(Q2vuyKernels, BlendMaskedWhereLevelsBecomeFull) {
+  // Runs of each level, long enough for whole vectors, and each with the level before in its midst.
+  constexpr std::size_t kRun = 192;
+  Bytes mask;
+  for (int level = 0; level < 256; ++level) {
+    mask.insert(mask.end(), kRun, std::uint8_t(level));
+    if (level > 0) mask[mask.size() - kRun / 4] = std::uint8_t(level - 1);
+  }
+  const Bytes a = RandomBytes(2 * mask.size(), 61);
+  const Bytes b = RandomBytes(2 * mask.size(), 62);
+  const int width = int(mask.size());
+  std::vector<float> weights = {0.36602539f, 0.36602545f, 0.70710671f, 0.70710677f, 0.70710683f};
+  for (int i = 0; i < 24; ++i) weights.push_back(0.3661f + 0.0143f * float(i));
+  for (const float t : weights) {
+    Bytes want(a.size());
+    blendMasked(Q_2vuy::kScalarRowKernels, want.data(), a.data(), b.data(), width, t, mask.data());
+    for (const RowKernels& k : AvailableRowKernels()) {
+      Bytes got(a.size());
+      blendMasked(k, got.data(), a.data(), b.data(), width, t, mask.data());
+      ASSERT_EQ(got, want) << k.name << " t " << t;
+    }
+  }
+}
+
 TEST(Q2vuyKernels, FormsAgreeOnAbsurdWeights) {
   const Bytes a = RandomBytes(4 * 256, 51);
   const Bytes b = RandomBytes(4 * 256, 52);
