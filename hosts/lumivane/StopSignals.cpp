@@ -26,14 +26,15 @@ StopSignals::StopSignals() {
 }
 
 StopSignals::~StopSignals() {
+  // One that came when the work was already ending is answered too.
+  Poll(0);
   if (descriptor_ >= 0) close(descriptor_);
   pthread_sigmask(SIG_SETMASK, &old_, nullptr);
 }
 
 bool StopSignals::Poll(int milliseconds) {
-  if (came_) return true;
   pollfd wait = {descriptor_, POLLIN, 0};
-  if (poll(&wait, 1, milliseconds) <= 0) return false;
+  if (poll(&wait, 1, came_ ? 0 : milliseconds) <= 0) return came_;
   // Taken off the queue: it is answered, and must not end the process when the mask goes.
   signalfd_siginfo info;
   while (read(descriptor_, &info, sizeof(info)) == sizeof(info)) came_ = true;
