@@ -21,6 +21,14 @@ namespace fs = std::filesystem;
 namespace lumivane {
 namespace {
 
+/// What to say behind "no camera": the installed one's own words, or how to install one.
+std::string WhyNone(const CameraHealth& health) {
+  if (!health.message.empty()) return "; " + health.message;
+  if (!health.camera.empty())
+    return "; " + health.camera + " gives no frame, `lumivane camera list` shows what there is";
+  return "; `lumivane camera install` installs one, `lumivane doctor` says what was looked for";
+}
+
 /// "out/frame.png", 7 of 30 -> "out/frame-0007.png"; a single frame keeps its name.
 std::string NumberedName(const std::string& out, int number, int count) {
   if (count == 1) return out;
@@ -118,9 +126,7 @@ int RunSnapshot(const SnapshotOptions& options) {
       return kExitFailed;
     }
     if (options.requireCamera && !frame.live) {
-      std::fprintf(stderr,
-                   "lumivane: no camera; `lumivane camera install` installs one, "
-                   "`lumivane doctor` says what was looked for\n");
+      std::fprintf(stderr, "lumivane: no camera%s\n", WhyNone(observer.Look(false, true)).c_str());
       return kExitNoCamera;
     }
     const Picture picture = filter->Render(frame);
@@ -157,8 +163,10 @@ int RunSnapshot(const SnapshotOptions& options) {
     return kExitFailed;
   }
   if (summary.live == 0) {
-    if (!options.quiet)
-      std::fprintf(stderr, "lumivane: no camera: this is the no-camera picture\n");
+    if (!options.quiet) {
+      std::fprintf(stderr, "lumivane: no camera: this is the no-camera picture%s\n",
+                   WhyNone(summary.health).c_str());
+    }
     return kExitNoCamera;
   }
   return kExitOk;

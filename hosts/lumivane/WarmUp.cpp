@@ -9,6 +9,7 @@
 namespace lumivane {
 namespace {
 
+constexpr double kSecondsForAFirstFrame = 3;
 constexpr PictureSize kSmall = {64, 48};
 constexpr double kSecondsBetweenLooks = 1.0 / 60;
 
@@ -51,9 +52,10 @@ bool Settling::Add(double time, std::vector<std::uint8_t> pixels,
 }
 
 double WarmUp(LiveFilter& filter, CameraObserver& observer, double seconds, StopSignals& stop) {
-  if (seconds <= 0) return 0;
   const double start = MonotonicSeconds();
-  Frame frame = FirstFrame(filter, seconds, &stop);
+  // Not even the first frame is there at once: a camera is opened when it is asked for one.
+  Frame frame = FirstFrame(filter, seconds > 0 ? seconds : kSecondsForAFirstFrame, &stop);
+  if (seconds <= 0) return 0;
   Settling settling;
   while (frame.live) {
     const double now = MonotonicSeconds();

@@ -47,7 +47,8 @@ class Settling {
 double MeanLuma(const std::vector<std::uint8_t>& rgba);
 
 /// Looks at the picture until it has settled, for at most `seconds`, or until `stop`. At once where
-/// no camera is installed. The seconds it took.
+/// no camera is installed. With 0 seconds it waits for no more than a camera's first frame. The
+/// seconds it took.
 double WarmUp(LiveFilter& filter, CameraObserver& observer, double seconds, StopSignals& stop);
 
 }  // namespace lumivane
