@@ -55,9 +55,9 @@ void AddCameraUse(CLI::App& camera, int* result) {
   CLI::App* const use = camera.add_subcommand(
       "use", "Choose what the GStreamer component shows, and how; alone: show the settings");
   use->footer("An empty value, as in --size '', takes a setting back to its default.");
-  use->add_option("source", options->source,
-                  "auto, a camera's name or path, an address, a file, test, test:PATTERN or "
-                  "pipeline:TEXT")
+  use->add_option_function<std::string>(
+         "source", [options](const std::string& source) { options->source = source; },
+         "auto, a camera's name or path, an address, a file, test, test:PATTERN or pipeline:TEXT")
       ->type_name("CAMERA");
   for (const std::string_view key : gstcamera::kSettingKeys) {
     if (key == "source") continue;

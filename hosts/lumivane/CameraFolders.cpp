@@ -103,6 +103,14 @@ bool CameraLoads(const CameraPlace& place, std::string* error) {
   return true;
 }
 
+CameraPlace LoadedPlace() {
+  for (const CameraPlace& place : CameraPlaces()) {
+    std::string error;
+    if (HasEntry(place) && CameraLoads(place, &error)) return place;
+  }
+  return {};
+}
+
 CameraTrial TryCamera(const CameraPlace& place) {
   CameraTrial trial;
   const Held<CFBundleRef> bundle = CreateBundle(place.path, &trial.error);

@@ -31,6 +31,9 @@ bool HasEntry(const CameraPlace& place);
 /// loaded before. The filter uses the first place of which this is true. Why not in `*error`.
 bool CameraLoads(const CameraPlace& place, std::string* error);
 
+/// The place whose component a program that starts now would load; of path "" when there is none.
+CameraPlace LoadedPlace();
+
 /// What trying a component for real shows.
 struct CameraTrial {
   bool created = false;  ///< it is a bundle with an executable

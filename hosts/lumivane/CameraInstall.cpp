@@ -68,15 +68,6 @@ std::string Arrow(const CameraPlace& place) {
   return place.linkTarget.empty() ? place.path : place.path + " -> " + place.linkTarget;
 }
 
-// The one that a program which starts now would load.
-CameraPlace LoadedPlace() {
-  for (const CameraPlace& place : CameraPlaces()) {
-    std::string error;
-    if (HasEntry(place) && CameraLoads(place, &error)) return place;
-  }
-  return {};
-}
-
 bool IsSameFile(const std::string& a, const std::string& b) {
   std::error_code error;
   return fs::equivalent(a, b, error) && !error;

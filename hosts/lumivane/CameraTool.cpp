@@ -88,6 +88,18 @@ std::string CarriedComponent(const std::string& name) {
   return PathText(url.get());
 }
 
+bool SettingsHaveEffect(std::string* why) {
+  const CameraPlace place = LoadedPlace();
+  if (place.path.empty()) {
+    *why = "no camera component is installed; `lumivane camera install` installs one";
+    return false;
+  }
+  if (access((place.path + kToolInBundle).c_str(), F_OK) == 0) return true;
+  *why = "programs load " + place.path +
+         ", which is not the GStreamer component; `lumivane camera list` shows what there is";
+  return false;
+}
+
 nlohmann::ordered_json AskCameraTool(const std::vector<std::string>& arguments) {
   std::vector<std::string> all = {FindTool()};
   if (all[0].empty()) {

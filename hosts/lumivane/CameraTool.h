@@ -16,6 +16,10 @@ std::string CarriedComponent(const std::string& name);
 /// Name of that component as a resource, less its extension.
 const char* ComponentResource(const std::string& name);
 
+/// Whether the component that programs load now is the one whose settings the tool knows. If not,
+/// one sentence in `*why`, with what to do.
+bool SettingsHaveEffect(std::string* why);
+
 /// Runs the tool with these arguments. Its answer always has "ok", and "message" where that is
 /// false: also when there is no tool, or it breaks off.
 nlohmann::ordered_json AskCameraTool(const std::vector<std::string>& arguments);

@@ -43,11 +43,15 @@ std::string RangeText(const Json& control) {
 
 int RunCameraUse(const CameraUseOptions& options) {
   std::vector<std::string> arguments = {"use"};
-  if (!options.source.empty()) arguments.push_back("source=" + options.source);
+  if (options.source) arguments.push_back("source=" + *options.source);
   for (const auto& [key, value] : options.settings) arguments.push_back(key + "=" + value);
-  const Json answer = AskCameraTool(arguments);
+  Json answer = AskCameraTool(arguments);
   if (!answer["ok"].get<bool>()) return Failed(answer, options.json);
+  std::string ineffective;
+  const bool effective = SettingsHaveEffect(&ineffective);
   if (options.json) {
+    answer["inEffect"] = effective;
+    answer["message"] = ineffective;
     std::printf("%s\n", answer.dump(2).c_str());
     return kExitOk;
   }
@@ -57,12 +61,16 @@ int RunCameraUse(const CameraUseOptions& options) {
     std::printf("  %-12s %s\n", key.c_str(), value.get<std::string>().c_str());
   const std::string note = answer.value("note", "");
   if (!note.empty()) std::printf("%s\n", note.c_str());
+  const std::string warning = answer.value("warning", "");
+  if (!warning.empty()) std::fprintf(stderr, "lumivane: %s\n", warning.c_str());
   for (const Json& complaint : settings["complaints"])
     std::fprintf(stderr, "lumivane: %s\n", complaint.get<std::string>().c_str());
   for (const Json& variable : settings["variables"]) {
     std::fprintf(stderr, "lumivane: the environment variable %s is set and wins over the file\n",
                  variable.get<std::string>().c_str());
   }
+  if (!effective)
+    std::fprintf(stderr, "lumivane: nothing shows this yet: %s\n", ineffective.c_str());
   return kExitOk;
 }
 

@@ -90,7 +90,7 @@ int RunCameraInstall(const CameraOptions& options);
 int RunCameraRemove(const CameraOptions& options);
 
 struct CameraUseOptions {
-  std::string source;                                         ///< empty: as it is
+  std::optional<std::string> source;                          ///< empty: as without the setting
   std::vector<std::pair<std::string, std::string>> settings;  ///< empty value: taken out
   bool json = false;
 };
@@ -104,9 +104,9 @@ struct CameraControlsOptions {
 int RunCameraControls(const CameraControlsOptions& options);
 
 struct CameraTestOptions {
-  std::string source;   ///< empty: what is set
-  double seconds = 5;   ///< to measure
-  double wait = 10;     ///< for the first frame
+  std::string source;  ///< empty: what is set
+  double seconds = 5;  ///< to measure
+  double wait = 10;    ///< for the first frame
   bool json = false;
 };
 int RunCameraTest(const CameraTestOptions& options);

@@ -18,7 +18,12 @@ double MonotonicSeconds() {
 Progress::Progress(bool quiet) : active_(!quiet && isatty(STDERR_FILENO) == 1) {}
 
 Progress::~Progress() {
+  Clear();
+}
+
+void Progress::Clear() {
   if (shown_) std::fputs("\r\033[K", stderr);
+  shown_ = false;
 }
 
 void Progress::Show(const std::string& text) {

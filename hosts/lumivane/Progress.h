@@ -17,6 +17,8 @@ class Progress {
   /// Replaces the line; `text` is one line without control characters. Rate-limited to ten a
   /// second.
   void Show(const std::string& text);
+  /// Takes the line away, before other text is written.
+  void Clear();
 
  private:
   bool active_;

@@ -3,6 +3,7 @@
 //
 //   camera-tool list                      cameras, settings
 //   camera-tool use [KEY=VALUE...]        changes settings; an empty VALUE takes one out
+//   camera-tool check SOURCE              what the source means, as `use` would keep it
 //   camera-tool controls [--camera NAME] [CONTROL | CONTROL=VALUE]...
 //
 // Every answer has "ok"; one that is not has "message", and the exit code is 1.
@@ -12,6 +13,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -100,46 +102,125 @@ int List() {
   return Answer({{"ok", true}, {"cameras", cameras}, {"settings", SettingsInEffect()}});
 }
 
-// A camera that is connected is remembered by its stable name; what is remembered is said.
-bool Resolve(std::string& value, std::string* note, std::string* error) {
-  Source source;
-  std::string wanted;
-  const char* const home = Variable("HOME");
-  if (!ParseSource(value, home == nullptr ? "" : home, source, &wanted)) {
-    *error = "source is \"" + value + "\": want " + wanted;
-    return false;
+// What a text that names a source comes to.
+struct Resolved {
+  std::string value;  ///< as it is kept: a connected camera by its stable name, a file by its path
+  std::string note;   ///< the camera's own name
+  std::string warning;  ///< why it shows nothing as things are now
+  std::string error;    ///< why it names nothing; then nothing else is set
+};
+
+// The file that `text` names from the folder this runs in; empty: none.
+std::string FileHere(const std::string& text) {
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(text, error)) return {};
+  const std::filesystem::path whole = std::filesystem::absolute(text, error);
+  return error ? std::string() : whole.lexically_normal().string();
+}
+
+// Why GStreamer cannot make such a pipeline; empty when it can.
+std::string PipelineTrouble(const std::string& text) {
+  GError* failure = nullptr;
+  const ObjectHeld<GstElement> made(gst_parse_launch_full((text + " ! fakesink").c_str(), nullptr,
+                                                          GST_PARSE_FLAG_FATAL_ERRORS, &failure));
+  if (made) gst_object_ref_sink(made.get());
+  const ErrorHeld held(failure);
+  if (failure == nullptr) return {};
+  return "GStreamer cannot make this pipeline: " + std::string(failure->message);
+}
+
+std::string AddressTrouble(const std::string& address) {
+  if (!gst_uri_is_valid(address.c_str())) return "this is no valid address";
+  if (IsFileAddress(address)) {
+    const GlibText path(g_filename_from_uri(address.c_str(), nullptr, nullptr));
+    if (path && !g_file_test(path.get(), G_FILE_TEST_EXISTS))
+      return std::string("there is no file ") + path.get() + " now; it is shown when it comes";
+    return {};
   }
-  if (source.kind == Source::kTest) {
-    int pattern = 0;
-    if (!TestPattern(source.text, &pattern, &wanted)) {
-      *error = "source is \"" + value + "\": want " + wanted;
-      return false;
-    }
-  }
-  if (source.kind == Source::kAddress) value = source.text;
-  if (source.kind != Source::kCamera && source.kind != Source::kDevicePath) return true;
+  const GlibText protocol(gst_uri_get_protocol(address.c_str()));
+  if (gst_uri_protocol_is_supported(GST_URI_SRC, protocol.get())) return {};
+  return std::string("no GStreamer plug-in on this machine opens ") + protocol.get() +
+         ":// addresses";
+}
+
+Resolved Resolve(const std::string& text);
+
+void ResolveCamera(const Source& source, Resolved& resolved) {
   const std::vector<Camera> cameras = ListCameras();
   const std::vector<std::size_t> found = FindCameras(cameras, source);
   if (found.empty()) {
-    *note = "no such camera is connected now; it is used when it comes";
+    const std::string file =
+        source.kind == Source::kCamera ? FileHere(resolved.value) : std::string();
+    if (!file.empty()) {
+      resolved = Resolve(file);
+      return;
+    }
+    resolved.warning =
+        "no camera \"" + source.text + "\" is connected now; it is used when it comes";
     if (source.kind == Source::kDevicePath && source.text.rfind("/dev/video", 0) == 0)
-      *note += "; its number may change, `lumivane camera list` shows stable names";
-    return true;
+      resolved.warning += "; its number may change, `lumivane camera list` shows stable names";
+    return;
   }
   const Camera& camera = cameras[found[0]];
   if (found.size() > 1 && camera.stableName != source.text) {
-    *error = "several cameras are called \"" + value + "\": ";
-    for (const std::size_t i : found) *error += (i == found[0] ? "" : ", ") + cameras[i].stableName;
-    return false;
+    resolved.error = "several cameras are called \"" + resolved.value + "\": ";
+    for (const std::size_t i : found)
+      resolved.error += (i == found[0] ? "" : ", ") + cameras[i].stableName;
+    return;
   }
-  value = "camera:" + camera.stableName;
-  *note = camera.name;
-  return true;
+  resolved.value = "camera:" + camera.stableName;
+  resolved.note = camera.name;
+}
+
+Resolved Resolve(const std::string& text) {
+  Resolved resolved = {text, "", "", ""};
+  if (text.rfind("./", 0) == 0 || text.rfind("../", 0) == 0) {
+    const std::string file = FileHere(text);
+    if (!file.empty()) resolved.value = file;
+  }
+  Source source;
+  std::string wanted;
+  const char* const home = Variable("HOME");
+  bool known = ParseSource(resolved.value, home == nullptr ? "" : home, source, &wanted);
+  if (known && source.kind == Source::kTest) {
+    int pattern = 0;
+    known = TestPattern(source.text, &pattern, &wanted);
+  }
+  if (!known) {
+    resolved.error = "source is \"" + text + "\": want " + wanted;
+    return resolved;
+  }
+  switch (source.kind) {
+    case Source::kAddress:
+      resolved.value = source.text;
+      resolved.warning = AddressTrouble(source.text);
+      break;
+    case Source::kPipeline:
+      resolved.warning = PipelineTrouble(source.text);
+      break;
+    case Source::kCamera:
+    case Source::kDevicePath:
+      ResolveCamera(source, resolved);
+      break;
+    case Source::kAuto:
+    case Source::kTest:
+      break;
+  }
+  return resolved;
+}
+
+int Check(const std::string& text) {
+  const Resolved resolved = Resolve(text);
+  if (!resolved.error.empty()) return Failure(resolved.error);
+  return Answer({{"ok", true},
+                 {"source", resolved.value},
+                 {"note", resolved.note},
+                 {"warning", resolved.warning}});
 }
 
 int Use(const std::vector<std::string>& arguments) {
   std::vector<FileChange> changes;
-  std::string note;
+  Resolved source;
   Settings probe;
   for (const std::string& argument : arguments) {
     const std::size_t equals = argument.find('=');
@@ -148,7 +229,9 @@ int Use(const std::vector<std::string>& arguments) {
     std::string wanted;
     if (!change.value.empty()) {
       if (change.key == "source") {
-        if (!Resolve(change.value, &note, &wanted)) return Failure(wanted);
+        source = Resolve(change.value);
+        if (!source.error.empty()) return Failure(source.error);
+        change.value = source.value;
       } else if (!SetOne(probe, change.key, change.value, "", &wanted)) {
         return Failure(change.key + " is \"" + change.value + "\": want " + wanted);
       }
@@ -158,7 +241,10 @@ int Use(const std::vector<std::string>& arguments) {
   std::string error;
   if (!changes.empty() && !ChangeSettingsFile(SettingsPath(Variable), changes, &error))
     return Failure(error);
-  return Answer({{"ok", true}, {"note", note}, {"settings", SettingsInEffect()}});
+  return Answer({{"ok", true},
+                 {"note", source.note},
+                 {"warning", source.warning},
+                 {"settings", SettingsInEffect()}});
 }
 
 Json Describe(const Control& control) {
@@ -210,6 +296,10 @@ int Controls(std::vector<std::string> arguments) {
   if (device.empty()) return Failure(name + " shows no controls: it is no V4L2 device");
 
   std::string error;
+  std::string troubles;
+  const auto trouble = [&troubles](const std::string& text) {
+    troubles += (troubles.empty() ? "" : "; ") + text;
+  };
   std::vector<FileChange> changes;
   std::vector<std::string> wanted;
   Json list = Json::array();
@@ -222,7 +312,11 @@ int Controls(std::vector<std::string> arguments) {
           wanted.push_back(control);
           if (equals == std::string::npos) continue;
           const std::string value = argument.substr(equals + 1);
-          if (!camera.Set(control, value, &error)) return;
+          std::string why;
+          if (!camera.Set(control, value, &why)) {
+            trouble(why);
+            continue;
+          }
           changes.push_back({"controls" + (stableName.empty() ? "" : " " + stableName), control,
                              value == "default" ? "" : value});
         }
@@ -233,14 +327,25 @@ int Controls(std::vector<std::string> arguments) {
         }
       },
       &error);
-  if (!opened || !error.empty()) return Failure(error);
-  for (const std::string& control : wanted) {
-    if (std::none_of(list.begin(), list.end(),
-                     [&](const Json& one) { return one["name"] == control; }))
-      return Failure(name + " has no control \"" + control + "\"");
+  if (!opened) return Failure(error);
+  for (std::size_t i = 0; i < arguments.size(); ++i) {
+    // What could not be set has been told.
+    if (arguments[i].find('=') == std::string::npos &&
+        std::none_of(list.begin(), list.end(),
+                     [&](const Json& one) { return one["name"] == wanted[i]; }))
+      trouble(name + " has no control \"" + arguments[i] + "\"");
   }
-  if (!changes.empty() && !ChangeSettingsFile(path, changes, &error)) return Failure(error);
-  return Answer({{"ok", true}, {"camera", name}, {"device", device}, {"controls", list}});
+  // What the camera has taken is kept, whatever else was asked for.
+  if (!changes.empty() && !ChangeSettingsFile(path, changes, &error)) trouble(error);
+  if (!troubles.empty() && !changes.empty() && error.empty()) {
+    std::string kept;
+    for (const FileChange& change : changes) kept += (kept.empty() ? "" : ", ") + change.key;
+    troubles += " (" + kept + " took effect all the same)";
+  }
+  Json answer = {
+      {"ok", troubles.empty()}, {"camera", name}, {"device", device}, {"controls", list}};
+  if (!troubles.empty()) answer["message"] = troubles;
+  return Answer(answer);
 }
 
 }  // namespace
@@ -268,9 +373,10 @@ int main(int argc, char** argv) {
   const std::vector<std::string> arguments(argv + std::min(argc, 2), argv + argc);
   if (command == "list" && arguments.empty()) return List();
   if (command == "use") return Use(arguments);
+  if (command == "check" && arguments.size() == 1) return Check(arguments[0]);
   if (command == "controls") return Controls(arguments);
   std::fprintf(stderr,
-               "usage: camera-tool list | use [KEY=VALUE...] | controls [--camera NAME] "
-               "[CONTROL[=VALUE]...]\n");
+               "usage: camera-tool list | use [KEY=VALUE...] | check SOURCE | "
+               "controls [--camera NAME] [CONTROL[=VALUE]...]\n");
   return 64;
 }

@@ -4,11 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <map>
 
 #include "hosts/lumivane/ExitCodes.h"
 #include "nlohmann/json.hpp"
-#include "tests/support/HermeticHome.h"
-#include "tests/support/Program.h"
+#include "tests/hosts/lumivane/CameraScene.h"
 
 namespace {
 
@@ -21,18 +21,12 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
 
-const fs::path kApp = LUMIVANE_APP;
-const fs::path kPattern = kApp / "Contents/Resources/LumivaneXXX.component";
-const fs::path kReal = kApp / "Contents/Resources/gstreamer/LumivaneXXX.component";
+const fs::path kPattern = built_program::Component();
+const fs::path kReal = LUMIVANE_APP "/Contents/Resources/gstreamer/LumivaneXXX.component";
 
-ProgramResult Camera(std::vector<std::string> arguments) {
-  arguments.insert(arguments.begin(), {(kApp / "Contents/Linux/lumivane").string(), "camera"});
-  return test::RunProgram(arguments);
-}
-
-class CameraInstall : public ::testing::Test {
+class CameraInstall : public CameraScene {
  protected:
-  const fs::path user_ = test::UserComponents() / "LumivaneXXX.component";
+  const fs::path user_ = built_program::UserComponent();
   const fs::path system_ = test::SystemComponents() / "LumivaneXXX.component";
   const fs::path local_ = test::LocalComponents() / "LumivaneXXX.component";
 
