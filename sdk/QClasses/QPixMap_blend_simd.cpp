@@ -54,6 +54,54 @@ void BlendInDoubles(const Rows& dst, const Source& a, double weightA, const Sour
   });
 }
 
+#if HWY_TARGET <= HWY_AVX3
+
+/// Whether a sum is never negative, and has 12 bits at the most.
+bool WeightsAreSmall(const BlendPlan& plan) {
+  return plan.weightA >= 0 && plan.weightB >= 0 && 255 * (plan.weightA + plan.weightB) < 4096;
+}
+
+/// A byte of each 64-bit lane, 0 to 5, in its own place, with junk around it. Merged into a 1.0 in
+/// that place of the mantissa it makes f = 1 + byte * unit, and f * w - w, rounded once, is byte *
+/// w rounded, in that unit. Added to 1.0, truncating, a sum has its whole part in the same place.
+template <int byte>
+HWY_INLINE __m512i BlendInPlace(__m512i a, __m512d weightA, __m512i b, __m512d weightB) {
+  constexpr __mmask64 kPlace = 0x0101010101010101ull << byte;
+  const __m512d one = _mm512_set1_pd(1.0);
+  const auto product = [&](__m512i bytes, __m512d weight) HWY_ATTR {
+    const __m512i merged = _mm512_mask_mov_epi8(_mm512_castpd_si512(one), kPlace, bytes);
+    return _mm512_fmsub_pd(_mm512_castsi512_pd(merged), weight, weight);
+  };
+  const __m512d sum = _mm512_add_pd(product(a, weightA), product(b, weightB));
+  return _mm512_castpd_si512(_mm512_add_round_pd(sum, one, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC));
+}
+
+/// In doubles, for small weights.
+void BlendWithoutConversions(const Rows& dst, const Source& a, double weightA, const Source& b,
+                             double weightB) {
+  const __m512d wa = _mm512_set1_pd(weightA);
+  const __m512d wb = _mm512_set1_pd(weightB);
+  constexpr __mmask64 kByte1 = 0x0202020202020202;
+  FromSources(dst, a, b, [&](V8 pixelsA, V8 pixelsB) {
+    const __m512i pa = pixelsA.raw;
+    const __m512i pb = pixelsB.raw;
+    __m512i low = BlendInPlace<0>(pa, wa, pb, wb);
+    low = _mm512_mask_mov_epi8(low, kByte1, BlendInPlace<1>(pa, wa, pb, wb));
+    low = _mm512_mask_mov_epi8(low, kByte1 << 1, BlendInPlace<2>(pa, wa, pb, wb));
+    low = _mm512_mask_mov_epi8(low, kByte1 << 2, BlendInPlace<3>(pa, wa, pb, wb));
+    low = _mm512_mask_mov_epi8(low, kByte1 << 3, BlendInPlace<4>(pa, wa, pb, wb));
+    low = _mm512_mask_mov_epi8(low, kByte1 << 4, BlendInPlace<5>(pa, wa, pb, wb));
+    // The last two have no room beside the exponent: they are moved down, and up again.
+    const __m512i highA = _mm512_srli_epi64(pa, 16);
+    const __m512i highB = _mm512_srli_epi64(pb, 16);
+    const __m512i high = _mm512_mask_mov_epi8(BlendInPlace<4>(highA, wa, highB, wb), kByte1 << 4,
+                                              BlendInPlace<5>(highA, wa, highB, wb));
+    return V8{_mm512_mask_mov_epi8(low, kByte1 << 5 | kByte1 << 6, _mm512_slli_epi64(high, 16))};
+  });
+}
+
+#endif
+
 #if HWY_TARGET == HWY_AVX3_DL
 
 /// The rule's sum for all bytes a and b, taken apart into the whole part of a's product, that of
@@ -184,6 +232,12 @@ void Blend(const Rows& dst, const Source& a, const Source& b, const BlendPlan& p
 #if HWY_TARGET == HWY_AVX3_DL
   if (plan.byTables) {
     BlendByTables(dst, a, b, plan);
+    return;
+  }
+#endif
+#if HWY_TARGET <= HWY_AVX3
+  if (WeightsAreSmall(plan)) {
+    BlendWithoutConversions(dst, a, plan.weightA, b, plan.weightB);
     return;
   }
 #endif

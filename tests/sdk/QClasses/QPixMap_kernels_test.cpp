@@ -214,10 +214,15 @@ TEST(QPixMapKernels, BlendOverEveryPairOfBytes) {
   }
   const double inf = std::numeric_limits<double>::infinity();
   std::vector<std::pair<double, double>> weights = {
-      {1, 0},      {0, 1},         {0.5, 0.5}, {1.0 / 3, 2.0 / 3}, {1, 1},
-      {-1, 0.25},  {2.7, -9},      {1e6, 3},   {-1e7, 1e7},        {8421504, 1},
-      {1e9, -1e9}, {1e300, 1e300}, {inf, 1},   {inf, -inf},        {1, std::nan("")},
-      {0, 0},      {-0.0, 0.6},    {1e-300, 1}};
+      {1, 0},      {0, 1},         {0.5, 0.5},  {1.0 / 3, 2.0 / 3}, {1, 1},
+      {-1, 0.25},  {2.7, -9},      {1e6, 3},    {-1e7, 1e7},        {8421504, 1},
+      {1e9, -1e9}, {1e300, 1e300}, {inf, 1},    {inf, -inf},        {1, std::nan("")},
+      {0, 0},      {-0.0, 0.6},    {1e-300, 1}, {5e-324, 0.5},      {1e-310, 5e-324}};
+  // On both sides of what 12 bits hold.
+  for (const double sum : {16.0, 16.0627450, 16.0627451, 16.0627452, 16.07}) {
+    weights.emplace_back(sum, 0);
+    weights.emplace_back(sum / 3, sum - sum / 3);
+  }
   // Weights as programs give them: their sums are whole for many pairs, and round down for some.
   for (int i = 1; i < 100; i += 3 * test::kDomainStep)
     weights.emplace_back(i / 100.0, 1 - i / 100.0);
