@@ -101,8 +101,8 @@ bool Intake::Take(GstSample* sample, std::optional<Nanoseconds> captured, std::s
   times.captureKnown = captured.has_value();
   times.captured = captured.value_or(times.ready);
   mailbox_.Publish(shape_, std::move(frame), times);
-  running_ = true;
   const std::lock_guard guard(lock_);
+  if (!withheld_) running_ = true;
   if (!inPlace) ++copied_;
   meter_.Count(times.ready);
   return true;

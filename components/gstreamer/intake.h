@@ -41,6 +41,7 @@ class Intake {
   void SetStopped() { running_ = false; }
   /// While frames are withheld none is taken: they come, but show nothing (noise without a signal).
   void Withhold(bool withhold) {
+    const std::lock_guard guard(lock_);  // A frame that is just being taken does not undo it.
     withheld_ = withhold;
     if (withhold) running_ = false;
   }

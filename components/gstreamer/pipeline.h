@@ -88,7 +88,8 @@ class Pipeline {
   void OnEntryCaps(GstPadProbeInfo* info);
 
   const Plan& plan_;
-  const Settings& settings_;
+  /// A copy: GStreamer's threads read it while the camera's own takes a changed file in.
+  const Settings settings_;
   std::optional<Size> size_;
   Intake& intake_;
   GstElement* pipeline_ = nullptr;  // owned
@@ -99,7 +100,7 @@ class Pipeline {
   GstElement* sink_ = nullptr;
   GstBus* bus_ = nullptr;  // owned
   int eventFile_ = -1;
-  bool live_ = false;
+  std::atomic<bool> live_{false};  // known when GStreamer's threads run already
   std::atomic<double> nominalRate_{0};
   std::atomic<std::uint64_t> passFrames_{0};
 

@@ -365,6 +365,31 @@ TEST(CameraIntake, WithheldFramesAreNotTaken) {
   EXPECT_EQ(intake.mailbox().Counts().received, 1u);
 }
 
+TEST(CameraIntake, AFrameThatIsJustBeingTakenDoesNotUndoWithholding) {
+  ASSERT_NO_FATAL_FAILURE(StartGStreamer());
+  Intake intake;
+  const auto frame = GreyFrame();
+  std::atomic<bool> stop{false};
+  std::atomic<unsigned> takes{0};
+  std::thread taking([&] {
+    std::string error;
+    while (!stop) {
+      intake.Take(frame.get(), std::nullopt, &error);
+      ++takes;
+    }
+  });
+  for (int i = 0; i < 300 && !testing::Test::HasFailure(); ++i) {
+    intake.Withhold(false);
+    while (!intake.IsRunning()) std::this_thread::yield();
+    intake.Withhold(true);
+    // The frame under way at that time is done with the second one after it.
+    for (const unsigned now = takes; takes < now + 2;) std::this_thread::yield();
+    EXPECT_FALSE(intake.IsRunning()) << "after " << i << " times";
+  }
+  stop = true;
+  taking.join();
+}
+
 // ---- Devices that are gone
 
 std::string OpenedAs(int file) {
