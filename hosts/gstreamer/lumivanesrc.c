@@ -37,8 +37,9 @@ struct _LumivaneSrc {
   gdouble inputClock;
   gboolean addBorders;
   gboolean live;
-  GstClockID waiting; /* the frame now waited for */
-  gboolean unlocked;  /* no wait may begin */
+  GstClockID waiting;     /* the frame now waited for */
+  gboolean unlocked;      /* no wait may begin */
+  GstClockTime frameTime; /* of a frame; NONE: not negotiated */
 
   /* The streaming thread's, and that of whoever changes the state while it stands still. */
   const LumivaneSourceApi* api;
@@ -120,6 +121,21 @@ static void SetLive(LumivaneSrc* self, gboolean live) {
   if (changed) g_object_notify_by_pspec(G_OBJECT(self), sProperties[PROP_LIVE]);
 }
 
+/* Asked for by whoever computes latencies, on threads of its own. */
+static void SetFrameTime(LumivaneSrc* self, GstClockTime frameTime) {
+  GST_OBJECT_LOCK(self);
+  self->frameTime = frameTime;
+  GST_OBJECT_UNLOCK(self);
+}
+
+static GstClockTime FrameTime(LumivaneSrc* self) {
+  GstClockTime frameTime;
+  GST_OBJECT_LOCK(self);
+  frameTime = self->frameTime;
+  GST_OBJECT_UNLOCK(self);
+  return frameTime;
+}
+
 /* ---- States ---- */
 
 static gboolean Start(GstBaseSrc* base) {
@@ -129,6 +145,7 @@ static gboolean Start(GstBaseSrc* base) {
   self->gridNext = 0;
   self->offset = 0;
   gst_video_info_init(&self->info);
+  SetFrameTime(self, GST_CLOCK_TIME_NONE);
   self->api = LumivaneSource_Library();
   if (self->api == NULL) {
     GST_ELEMENT_ERROR(self, LIBRARY, INIT, ("The picture's library is not there."),
@@ -202,6 +219,7 @@ static gboolean SetCaps(GstBaseSrc* base, GstCaps* caps) {
     self->gridStart = GST_CLOCK_TIME_NONE;
   }
   self->info = info;
+  SetFrameTime(self, gst_util_uint64_scale(GST_SECOND, (guint64)info.fps_d, (guint64)info.fps_n));
   gst_element_post_message(GST_ELEMENT(self), gst_message_new_latency(GST_OBJECT(self)));
   return TRUE;
 }
@@ -248,9 +266,8 @@ static gboolean DecideAllocation(GstBaseSrc* base, GstQuery* query) {
 static gboolean Query(GstBaseSrc* base, GstQuery* query) {
   LumivaneSrc* const self = LUMIVANE_SRC(base);
   if (GST_QUERY_TYPE(query) == GST_QUERY_LATENCY) {
-    GstClockTime frame;
-    if (self->info.fps_n <= 0) return FALSE;
-    frame = gst_util_uint64_scale(GST_SECOND, (guint64)self->info.fps_d, (guint64)self->info.fps_n);
+    const GstClockTime frame = FrameTime(self);
+    if (!GST_CLOCK_TIME_IS_VALID(frame)) return FALSE;
     gst_query_set_latency(query, TRUE, frame, GST_CLOCK_TIME_NONE);
     return TRUE;
   }
@@ -385,6 +402,7 @@ static void lumivane_src_class_init(LumivaneSrcClass* klass) {
 static void lumivane_src_init(LumivaneSrc* self) {
   self->inputClock = kDefaultInputClock;
   self->addBorders = kDefaultAddBorders;
+  self->frameTime = GST_CLOCK_TIME_NONE;
   gst_base_src_set_live(GST_BASE_SRC(self), TRUE);
   gst_base_src_set_format(GST_BASE_SRC(self), GST_FORMAT_TIME);
 }

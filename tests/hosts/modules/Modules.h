@@ -152,13 +152,16 @@ class ModuleTest : public ::testing::Test {
   test::ScopedVariable registry_;
 };
 
-/// Real hosts, which cannot load modules built with a sanitizer: in such builds the module's own
-/// tests stand for them.
+/// In a test's SetUp. Real hosts cannot load modules built with a sanitizer: in such builds the
+/// module's own tests stand for them.
+inline void SkipWhereHostsCannotLoadModules() {
+  if (LUMIVANE_SANITIZED) GTEST_SKIP() << "the hosts are built without the sanitizer";
+}
+
+/// The installed programs as hosts.
 class HostTest : public ModuleTest {
  protected:
-  void SetUp() override {
-    if (LUMIVANE_SANITIZED) GTEST_SKIP() << "the hosts are built without the sanitizer";
-  }
+  void SetUp() override { SkipWhereHostsCannotLoadModules(); }
 };
 
 }  // namespace modules
