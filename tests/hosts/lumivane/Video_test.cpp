@@ -531,7 +531,7 @@ TEST_F(Video, MemoryDoesNotGrowWithTheStream) {
   };
   const long few = peak(2);
   const long many = peak(80);  // 12 MB
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
   constexpr long kSlack = 300000;  // freed blocks are kept back from reuse
 #else
   constexpr long kSlack = 4000;

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 // Declared by a header that g++ does not bring along.
 extern "C" std::size_t __sanitizer_get_current_allocated_bytes();
 #endif
@@ -33,7 +33,7 @@ FailingAllocation::~FailingAllocation() {
 }
 
 std::size_t AllocatedBytes() {
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
   return __sanitizer_get_current_allocated_bytes();
 #else
   return mallinfo2().uordblks;
