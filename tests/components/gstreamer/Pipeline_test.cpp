@@ -23,7 +23,7 @@ bool Received(const Intake& intake, std::uint64_t frames) {
 }
 
 // The camera's thread takes a changed settings file in while GStreamer's threads make frames.
-TEST(CameraPipeline, GoesOnWithTheSettingsItWasMadeWith) {
+TEST(CameraPipelineSettings, StayThoseItWasMadeWith) {
   ASSERT_NO_FATAL_FAILURE(StartGStreamer());
   Plan plan;
   plan.source = {Source::kTest, "red"};
