@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <functional>
@@ -35,12 +36,12 @@ inline OSErr Validity(const FSRef& ref) {
   return FSGetCatalogInfo(&ref, kFSCatInfoCreateDate, &info, nullptr, nullptr, nullptr);
 }
 
-/// Of 255 bytes at the most.
+/// A Pascal string, for as long as the full expression. Of a longer text 255 bytes are there.
 struct Pascal {
-  unsigned char bytes[256];
+  unsigned char bytes[256] = {};
   explicit Pascal(const std::string& text) {
     bytes[0] = static_cast<unsigned char>(text.size());
-    std::memcpy(bytes + 1, text.data(), text.size());
+    std::memcpy(bytes + 1, text.data(), std::min<std::size_t>(text.size(), 255));
   }
   operator ConstStr255Param() const { return bytes; }
 };

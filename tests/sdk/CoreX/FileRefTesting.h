@@ -37,18 +37,6 @@ inline std::string CheckErrLine(int error, const std::string& code, const std::s
   return AnyLineNumber(VerifyErrLine(error, code, "sdk/CoreX/" + source, 1, function));
 }
 
-/// A Pascal string, for as long as the full expression.
-struct Pascal {
-  unsigned char bytes[256] = {};
-  explicit Pascal(const std::string& text) {
-    bytes[0] = static_cast<unsigned char>(text.size());
-    for (std::size_t i = 0; i < text.size() && i < 255; ++i) {
-      bytes[i + 1] = static_cast<unsigned char>(text[i]);
-    }
-  }
-  operator const unsigned char*() const { return bytes; }
-};
-
 inline std::string TextOfPascal(const unsigned char* pascal) {
   return {reinterpret_cast<const char*>(pascal + 1), pascal[0]};
 }
