@@ -97,6 +97,21 @@ TEST(CameraMailbox, HoldsNoMoreThanTwoFrames) {
   EXPECT_LE(seen.size(), 3U) << "the third is that which is being filled";
 }
 
+TEST(CameraMailbox, TheThreadThatMakesFramesLetsGoOfThem) {
+  ASSERT_NO_FATAL_FAILURE(StartGStreamer());
+  FrameMemory memory;
+  Mailbox mailbox;
+  std::string error;
+  ASSERT_NO_FATAL_FAILURE(Fill(memory, mailbox, 1));
+  const std::uint8_t* const first = mailbox.Newest();
+  ASSERT_NO_FATAL_FAILURE(Fill(memory, mailbox, 2));
+  EXPECT_NE(mailbox.Newest(), first);
+  FrameHeld other = memory.Take(kShape.DataSize(), &error);
+  EXPECT_NE(other.pixels, first) << "asking for a frame does not free another";
+  mailbox.Publish(kShape, std::move(other), {3, 3, true});
+  EXPECT_EQ(memory.Take(kShape.DataSize(), &error).pixels, first);
+}
+
 TEST(CameraMailbox, NeitherTearsNorGoesBackBetweenTwoThreads) {
   ASSERT_NO_FATAL_FAILURE(StartGStreamer());
   FrameMemory memory;
