@@ -28,7 +28,7 @@ class OpenDecompressor {
  public:
   /// noCodecErr when it was withdrawn meanwhile, memFullErr, or what the codec's own open answers;
   /// null then.
-  static OSErr Open(std::shared_ptr<RegisteredDecompressor> decompressor,
+  static OSErr Open(const std::shared_ptr<RegisteredDecompressor>& decompressor,
                     ImageDescriptionHandle description, std::unique_ptr<OpenDecompressor>* opened);
   ~OpenDecompressor();
   OpenDecompressor(const OpenDecompressor&) = delete;

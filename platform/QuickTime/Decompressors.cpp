@@ -134,7 +134,7 @@ Boolean GetImageDecompressorName(CodecComponent codec, char* name, ByteCount nam
   return true;
 }
 
-OSErr OpenDecompressor::Open(std::shared_ptr<RegisteredDecompressor> decompressor,
+OSErr OpenDecompressor::Open(const std::shared_ptr<RegisteredDecompressor>& decompressor,
                              ImageDescriptionHandle description,
                              std::unique_ptr<OpenDecompressor>* opened) {
   const std::unique_lock<std::shared_mutex> exclusive(decompressor->use);

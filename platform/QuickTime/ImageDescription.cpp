@@ -29,7 +29,10 @@ bool IsDescription(ImageDescriptionHandle description) {
 OSErr NewDescription(ImageDescriptionHandle* description) {
   const auto fresh = reinterpret_cast<ImageDescriptionHandle>(
       NewHandleClear(static_cast<Size>(sizeof(ImageDescription))));
-  if (fresh == nullptr) return MemError() != noErr ? MemError() : OSErr{memFullErr};
+  if (fresh == nullptr) {
+    const OSErr error = MemError();
+    return error != noErr ? error : OSErr{memFullErr};
+  }
   ImageDescription& record = **fresh;
   record.idSize = sizeof(ImageDescription);
   record.vendor = static_cast<SInt32>(kPlatformManufacturer);
