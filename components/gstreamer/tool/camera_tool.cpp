@@ -133,8 +133,11 @@ std::string AddressTrouble(const std::string& address) {
   if (!gst_uri_is_valid(address.c_str())) return "this is no valid address";
   if (IsFileAddress(address)) {
     const GlibText path(g_filename_from_uri(address.c_str(), nullptr, nullptr));
-    if (path && !g_file_test(path.get(), G_FILE_TEST_EXISTS))
+    if (!path) return {};
+    if (!g_file_test(path.get(), G_FILE_TEST_EXISTS))
       return std::string("there is no file ") + path.get() + " now; it is shown when it comes";
+    if (g_file_test(path.get(), G_FILE_TEST_IS_DIR))
+      return std::string(path.get()) + " is a folder: name a film or a picture";
     return {};
   }
   const GlibText protocol(gst_uri_get_protocol(address.c_str()));
@@ -232,6 +235,9 @@ int Use(const std::vector<std::string>& arguments) {
         source = Resolve(change.value);
         if (!source.error.empty()) return Failure(source.error);
         change.value = source.value;
+        // A key file holds no other text.
+        if (g_utf8_validate(change.value.c_str(), -1, nullptr) == FALSE)
+          return Failure("source is \"" + change.value + "\": want text in UTF-8");
       } else if (!SetOne(probe, change.key, change.value, "", &wanted)) {
         return Failure(change.key + " is \"" + change.value + "\": want " + wanted);
       }

@@ -110,6 +110,7 @@ TEST_F(CameraUse, RefusesWhatNamesNothingAndKeepsTheFile) {
       {{"pipeline: "}, "source is \"pipeline: \": want a pipeline after pipeline:"},
       {{"camera:"}, "source is \"camera:\": want a camera's name"},
       {{"./no-such-film.mkv"}, "source is \"./no-such-film.mkv\": want a file's whole path"},
+      {{"Kamera \xFC"}, "source is \"Kamera "},
       {{"--size", "huge"}, "size is \"huge\": want WIDTHxHEIGHT from 16x16"},
       {{"--size", "8x8"}, "size is \"8x8\": want"},
       {{"--rate", "0"}, "rate is \"0\": want frames per second from 0.1 to 240, or max"},
@@ -280,6 +281,7 @@ TEST_F(CameraUse, SaysWhatDoesNotWorkNow) {
   const std::map<std::string, std::string> cases = {
       {"No Such Camera", "no camera \"No Such Camera\" is connected now; it is used when it comes"},
       {"/dev/video77", "its number may change, `lumivane camera list` shows stable names"},
+      {test::Home().string(), "is a folder: name a film or a picture"},
       {"nosuch://x", "no GStreamer plug-in on this machine opens nosuch:// addresses"},
       {"pipeline:nosuchelement ! x",
        "GStreamer cannot make this pipeline: no element \"nosuchelement\""},
