@@ -24,17 +24,17 @@ bool WriteAll(int file, std::span<const std::uint8_t> bytes) {
   return true;
 }
 
-bool Fail(const std::string& path, std::string* error) {
-  if (error) *error = path + ": " + std::strerror(errno);
+bool Fail(std::string* error) {
+  if (error) *error = std::strerror(errno);
   return false;
 }
 
 // A device or pipe has no old contents to keep and cannot be replaced by a file.
 bool WriteInto(const std::string& path, std::span<const std::uint8_t> bytes, std::string* error) {
   const int file = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
-  if (file < 0) return Fail(path, error);
-  bool ok = WriteAll(file, bytes) || Fail(path, error);
-  if (::close(file) != 0 && ok) ok = Fail(path, error);
+  if (file < 0) return Fail(error);
+  bool ok = WriteAll(file, bytes) || Fail(error);
+  if (::close(file) != 0 && ok) ok = Fail(error);
   return ok;
 }
 
@@ -76,7 +76,7 @@ bool ImageIOWriteFile(const std::string& path, std::span<const std::uint8_t> byt
   }
   std::string aside;
   const int file = OpenAside(target, &aside);
-  if (file < 0) return Fail(path, error);
+  if (file < 0) return Fail(error);
   bool ok = WriteAll(file, bytes) && ::fsync(file) == 0;
   if (ok && exists) ok = ::fchmod(file, old.st_mode & 07777) == 0;
   int failure = errno;
@@ -91,7 +91,7 @@ bool ImageIOWriteFile(const std::string& path, std::span<const std::uint8_t> byt
   if (!ok) {
     ::unlink(aside.c_str());
     errno = failure;
-    return Fail(path, error);
+    return Fail(error);
   }
   SyncFolderOf(target);
   return true;
