@@ -158,11 +158,7 @@ HttpParse ReadRequest(std::string_view head, HostRule rule) {
   return parse;
 }
 
-}  // namespace
-
-HttpParse ParseHttpRequest(std::string_view bytes, HostRule rule) {
-  // Some send an empty line first.
-  if (bytes.substr(0, 2) == "\r\n") bytes.remove_prefix(2);
+HttpParse Parse(std::string_view bytes, HostRule rule) {
   const std::size_t end = bytes.find("\r\n\r\n");
   if (end != std::string_view::npos) return ReadRequest(bytes.substr(0, end), rule);
   // What can be nothing any more need not be waited for.
@@ -177,6 +173,17 @@ HttpParse ParseHttpRequest(std::string_view bytes, HostRule rule) {
     if (bytes.size() > method.size() + kLongestTarget + sizeof("  HTTP/1.1")) return Refused(414);
   }
   return bytes.size() < kLargestRequest ? HttpParse{} : Refused(431);
+}
+
+}  // namespace
+
+HttpParse ParseHttpRequest(std::string_view bytes, HostRule rule) {
+  // Some send an empty line first.
+  if (bytes.substr(0, 2) == "\r\n") bytes.remove_prefix(2);
+  HttpParse parse = Parse(bytes, rule);
+  // Whatever is wrong with it, an answer to HEAD has no body.
+  if (parse.kind == HttpParse::kRefused) parse.request.headOnly = bytes.rfind("HEAD ", 0) == 0;
+  return parse;
 }
 
 const char* HttpReason(int status) {

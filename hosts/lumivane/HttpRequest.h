@@ -25,8 +25,8 @@ struct HttpRequest {
 
 struct HttpParse {
   enum Kind { kIncomplete, kRequest, kRefused } kind = kIncomplete;
-  HttpRequest request;
-  int status = 0;  ///< of a refusal: 400, 403, 405, 414, 421, 431, 505
+  HttpRequest request;  ///< of a refused one, headOnly alone
+  int status = 0;       ///< of a refusal: 400, 403, 405, 414, 421, 431, 505
 };
 
 /// `bytes`: all that came so far, at most kLargestRequest of them. Whatever they are, it is either

@@ -160,7 +160,7 @@ void HttpServer::Run() {
       Serve(client);
       if (!client.closed && MonotonicSeconds() >= client.deadline) {
         if (client.phase == Client::kReading && !client.request.empty()) {
-          Refuse(client, 408);
+          Refuse(client, 408, false);
           Send(client);
         } else {
           Close(client);
@@ -239,7 +239,7 @@ void HttpServer::Answer(Client& client) {
   if (parse.kind == HttpParse::kIncomplete) return;
   client.request.clear();
   if (parse.kind == HttpParse::kRefused) {
-    Refuse(client, parse.status);
+    Refuse(client, parse.status, parse.request.headOnly);
     return;
   }
   const HttpRequest& request = parse.request;
@@ -248,7 +248,7 @@ void HttpServer::Answer(Client& client) {
   } else if (request.path == "/snapshot.jpg") {
     const Bytes jpeg = NewestJpeg();
     if (!jpeg) {
-      Refuse(client, 503);
+      Refuse(client, 503, request.headOnly);
     } else {
       Respond(client, 200, "image/jpeg", jpeg, request.headOnly);
     }
@@ -262,14 +262,14 @@ void HttpServer::Answer(Client& client) {
   } else if (const PageFile* file = FindPageFile(request.path)) {
     Respond(client, 200, file->type, std::make_shared<std::string>(file->bytes), request.headOnly);
   } else {
-    Refuse(client, 404);
+    Refuse(client, 404, request.headOnly);
   }
 }
 
-void HttpServer::Refuse(Client& client, int status) {
+void HttpServer::Refuse(Client& client, int status, bool headOnly) {
   Respond(client, status, "text/plain; charset=utf-8",
           std::make_shared<std::string>(std::to_string(status) + " " + HttpReason(status) + "\n"),
-          false);
+          headOnly);
 }
 
 namespace {
@@ -301,7 +301,7 @@ void HttpServer::Respond(Client& client, int status, const char* type, Bytes bod
 
 void HttpServer::StartStream(Client& client, bool headOnly) {
   if (!headOnly && Streaming() >= options_.maxClients) {
-    Refuse(client, 503);
+    Refuse(client, 503, headOnly);
     return;
   }
   client.phase = headOnly ? Client::kSending : Client::kStreaming;

@@ -59,7 +59,7 @@ class HttpServer : public FrameSink {
   void Receive(Client& client);
   void Answer(Client& client);
   void Respond(Client& client, int status, const char* type, Bytes body, bool headOnly);
-  void Refuse(Client& client, int status);
+  void Refuse(Client& client, int status, bool headOnly);
   void StartStream(Client& client, bool headOnly);
   void NextPart(Client& client);
   void Serve(Client& client);

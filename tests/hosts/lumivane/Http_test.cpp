@@ -290,6 +290,16 @@ TEST_F(Server, AnswersHeadWithoutABody) {
     EXPECT_THAT(answer, StartsWith("HTTP/1.1 200 OK\r\n"));
     EXPECT_EQ(answer.find("\r\n\r\n"), answer.size() - 4) << path;
   }
+  // A refusal has none either; its length is that of the one to GET.
+  for (const char* request :
+       {"HEAD /nowhere HTTP/1.1\r\nHost: localhost\r\n\r\n",
+        "HEAD / HTTP/1.1\r\nHost: evil.example\r\n\r\n", "HEAD / HTTP/1.1\r\n\r\n"}) {
+    Connection connection(server_->url());
+    connection.Say(request);
+    const std::string answer = connection.ReadAll();
+    EXPECT_THAT(answer, StartsWith("HTTP/1.1 4")) << request;
+    EXPECT_EQ(answer.find("\r\n\r\n"), answer.size() - 4) << request;
+  }
 }
 
 TEST_F(Server, GivesEachReaderWholeNewFrames) {
