@@ -52,7 +52,8 @@ void CameraObserver::Count(bool newPicture) {
 CameraHealth CameraObserver::Look(bool live, bool newPicture) {
   Count(live && newPicture);
   if (MonotonicSeconds() >= lookAgain_) {
-    component_ = CurrentCameraName();
+    const std::string name = CurrentCameraName();
+    component_ = Clean(name.data(), name.size());
     lookAgain_ = MonotonicSeconds() + kSecondsBetweenLooks;
   }
   CameraHealth health;

@@ -66,4 +66,8 @@ nlohmann::ordered_json Json(CFTypeRef value) {
   return Text(description.get());
 }
 
+std::string Lines(const nlohmann::ordered_json& json) {
+  return json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+}
+
 }  // namespace lumivane

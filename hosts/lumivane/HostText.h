@@ -42,4 +42,8 @@ std::string PathText(CFURLRef url);
 /// Strings, numbers, booleans, arrays and dictionaries as JSON; anything else by its description.
 nlohmann::ordered_json Json(CFTypeRef value);
 
+/// As text in lines. The bytes of file names and of components' texts need not be UTF-8: what is
+/// none becomes U+FFFD.
+std::string Lines(const nlohmann::ordered_json& json);
+
 }  // namespace lumivane

@@ -6,6 +6,7 @@
 #include <new>
 
 #include "hosts/lumivane/ExitCodes.h"
+#include "hosts/lumivane/HostText.h"
 #include "hosts/lumivane/VideoPicture.h"
 #include "nlohmann/json.hpp"
 #include "platform/ImageIO/ImageData.h"
@@ -96,7 +97,7 @@ bool ImageInfo(const ImageOptions& options, std::string* error) {
     std::printf("  video luma:  %d to %d, mean %.1f (black is 16, white 235)\n", darkest, brightest,
                 mean);
   }
-  if (options.json) std::printf("%s\n", all.dump(2).c_str());
+  if (options.json) std::fputs(Lines(all).c_str(), stdout);
   return true;
 }
 

@@ -9,6 +9,7 @@
 #include "hosts/lumivane/CaptureFiles.h"
 #include "hosts/lumivane/Commands.h"
 #include "hosts/lumivane/ExitCodes.h"
+#include "hosts/lumivane/HostText.h"
 #include "hosts/lumivane/LiveFilter.h"
 #include "hosts/lumivane/PictureFile.h"
 #include "hosts/lumivane/Progress.h"
@@ -54,7 +55,7 @@ struct Summary {
 
 void Print(const Summary& summary, bool json) {
   // N frames are N - 1 periods apart.
-  const int periods = summary.written > 1 ? summary.written - 1 : summary.written;
+  const int periods = summary.written - 1;
   const double rate = summary.seconds > 0 ? periods / summary.seconds : 0;
   const double milliseconds =
       summary.written > 0 ? 1000 * summary.renderSeconds / summary.written : 0;
@@ -63,7 +64,7 @@ void Print(const Summary& summary, bool json) {
                                      {"live", summary.live},
                                      {"width", summary.width},
                                      {"height", summary.height},
-                                     {"framesPerSecond", rate},
+                                     {"framesPerSecond", nullptr},
                                      {"millisecondsPerFrame", milliseconds},
                                      {"first", summary.first},
                                      {"last", summary.last},
@@ -71,13 +72,15 @@ void Print(const Summary& summary, bool json) {
                                      {"camera", summary.health.camera},
                                      {"ageMilliseconds", nullptr},
                                      {"warmUpSeconds", summary.warmUpSeconds}};
+    if (periods > 0) report["framesPerSecond"] = rate;
     if (summary.health.ageSeconds) report["ageMilliseconds"] = 1000 * *summary.health.ageSeconds;
-    std::printf("%s\n", report.dump(2).c_str());
+    std::fputs(Lines(report).c_str(), stdout);
     return;
   }
   std::printf("frames:            %d (%d from the camera), %d x %d\n", summary.written,
               summary.live, summary.width, summary.height);
-  std::printf("rate:              %.1f frames per second\n", rate);
+  // One frame has no rate.
+  if (periods > 0) std::printf("rate:              %.1f frames per second\n", rate);
   std::printf("time per frame:    %.2f ms in filter and rendering\n", milliseconds);
   if (!summary.health.camera.empty()) {
     std::printf("camera:            %s, %s", summary.health.camera.c_str(),

@@ -11,6 +11,7 @@
 #include "hosts/lumivane/Commands.h"
 #include "hosts/lumivane/ExitCodes.h"
 #include "hosts/lumivane/FrameWriter.h"
+#include "hosts/lumivane/HostText.h"
 #include "hosts/lumivane/HttpServer.h"
 #include "hosts/lumivane/Progress.h"
 #include "hosts/lumivane/VideoOutputDevice.h"
@@ -233,8 +234,7 @@ void Stream::Report() const {
                                    {"repeated", counts.repeated},
                                    {"dropped", counts.dropped}});
     }
-    std::fprintf(to, "%s\n",
-                 report.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
+    std::fputs(Lines(report).c_str(), to);
     return;
   }
   if (aside && isatty(STDERR_FILENO) == 0) return;
