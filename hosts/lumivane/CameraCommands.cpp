@@ -92,10 +92,10 @@ void AddCameraTest(CLI::App& camera, int* result) {
   CLI::App* const test = camera.add_subcommand(
       "test", "Measure what the camera gives: rate, lost frames, age, latency");
   test->add_option("--seconds", options->seconds, "How long to measure")
-      ->check(CLI::Range(0.1, 86400.0))
+      ->check(Between(0.1, 86400.0))
       ->capture_default_str();
   test->add_option("--wait", options->wait, "Seconds to wait for the first frame")
-      ->check(CLI::Range(0.0, 3600.0))
+      ->check(Between(0.0, 3600.0))
       ->capture_default_str();
   test->add_option("--source", options->source, "Another source than the one that is chosen")
       ->type_name("CAMERA");

@@ -21,6 +21,8 @@ struct PictureSize {
 
 /// "640x480": both sides 1 to 16384. Nothing for any other text.
 std::optional<PictureSize> ParseSize(const std::string& text);
+/// For messages about a text that is none.
+inline constexpr char kSizeExample[] = "640x480, sides from 1 to 16384";
 
 /// What every command that shows pictures takes.
 struct PictureSource {

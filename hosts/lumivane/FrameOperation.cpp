@@ -17,11 +17,11 @@ std::string EdgesText(const XFrameEdges& edges) {
 
 std::optional<PictureSize> OutputSize(const FrameOperation& operation, PictureSize in,
                                       std::string* error) {
-  const std::string rows = std::to_string(in.height) + " rows";
+  const std::string rows = std::to_string(in.height) + (in.height == 1 ? " row" : " rows");
   switch (operation.verb) {
     case FrameVerb::kDeinterlace:
       if (in.height % 2 != 0) {
-        *error = "two fields need an even number of rows and there are " + rows +
+        *error = "two fields need an even number of rows and the picture has " + rows +
                  "; `crop --edges 0,0,0,1` takes the last one away";
         return std::nullopt;
       }

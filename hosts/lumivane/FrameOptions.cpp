@@ -59,7 +59,7 @@ std::optional<std::vector<int>> ParseNumbers(const std::string& text, std::size_
 }
 
 CLI::Option* AddSize(CLI::App* command, PictureSize* size, const std::string& help) {
-  return AddParsed<PictureSize>(command, "--size", size, ParseSize, "WxH", "640x480", help);
+  return AddParsed<PictureSize>(command, "--size", size, ParseSize, "WxH", kSizeExample, help);
 }
 
 void AddFrameVerbs(CLI::App* command, FrameOperation* operation,

@@ -76,9 +76,11 @@ class Builder {
                        ->required(),
                    ValueSource::kFile);
     }
-    verb->add_option("out", state_->options.out, "The file to write; -: standard output")
-        ->type_name(output)
-        ->required();
+    CLI::Option* const out =
+        verb->add_option("out", state_->options.out, "The file to write; -: standard output")
+            ->type_name(output)
+            ->required();
+    if (std::string(output) == "OUT.png") out->check(PngFile());
   }
 
  private:
@@ -98,7 +100,7 @@ void AddPixelMapVerbs(Builder& add, ImageOptions* options) {
   add.Add("grey", "Take the colours away", ImageGrey, {"IN"});
   add.Add("brighten", "Multiply the colours", ImageBrighten, {"IN"})
       ->add_option("--factor", options->factor, "What with; below 1 darkens")
-      ->check(CLI::Range(-1000.0, 1000.0))
+      ->check(Between(-1000.0, 1000.0))
       ->capture_default_str();
   CLI::App* const duotone =
       add.Add("duotone", "Keep the brightness and tint it", ImageDuotone, {"IN"});
@@ -108,14 +110,14 @@ void AddPixelMapVerbs(Builder& add, ImageOptions* options) {
 
   CLI::App* const blend = add.Add("blend", "Add two pictures, weighted", ImageBlend, {"A", "B"});
   blend->add_option("--weight-a", options->weights[0], "Weight of A; sums above 255 wrap")
-      ->check(CLI::Range(0.0, 255.0))
+      ->check(Between(0.0, 255.0))
       ->capture_default_str();
   blend->add_option("--weight-b", options->weights[1], "Weight of B")
-      ->check(CLI::Range(0.0, 255.0))
+      ->check(Between(0.0, 255.0))
       ->capture_default_str();
   CLI::Option* const fade =
       blend->add_option("--fade", options->t, "Cross-fade as video instead: 0 is A, 1 is B")
-          ->check(CLI::Range(0.0, 1.0));
+          ->check(Between(0.0, 1.0));
   fade->each([options](const std::string&) { options->fade = true; });
   AddConversion(blend, options);
 
@@ -125,7 +127,7 @@ void AddPixelMapVerbs(Builder& add, ImageOptions* options) {
                                 "Where TOP's upper left corner goes")
       ->default_str("0,0");
   overlay->add_option("--opacity", options->opacity, "A factor on its alpha")
-      ->check(CLI::Range(0.0, 1.0))
+      ->check(Between(0.0, 1.0))
       ->capture_default_str();
 
   CLI::App* const fill = add.Add("fill", "Make a picture of one colour", ImageFill, {});
@@ -145,7 +147,7 @@ void AddPixelMapVerbs(Builder& add, ImageOptions* options) {
       ->capture_default_str();
   noise
       ->add_option("--amplitude", options->amplitude, "Factor on the noise; what is negative wraps")
-      ->check(CLI::Range(-1000.0, 1000.0))
+      ->check(Between(-1000.0, 1000.0))
       ->capture_default_str();
   noise->add_flag("--grey", options->grey, "In a grey raster");
 }
@@ -171,7 +173,7 @@ void AddVideoVerbs(Builder& add, const StatePtr& state) {
 
   CLI::App* const wipe = add.Add("wipe", "Wipe from A to B, as video", ImageWipe, {"A", "B"});
   wipe->add_option("--position", options->t, "How far: 0 is A, 1 is B")
-      ->check(CLI::Range(0.0, 1.0))
+      ->check(Between(0.0, 1.0))
       ->capture_default_str();
   CLI::Option* const mask =
       wipe->add_option("--mask", options->mask, "A picture whose brightest parts change first")
@@ -214,6 +216,9 @@ void AddManyFiles(CLI::App* image, const StatePtr& state) {
   equalise->callback([state] {
     state->options.out = state->options.in.back();
     state->options.in.pop_back();
+    if (const std::string complaint = PngFile()(state->options.out); !complaint.empty()) {
+      throw CLI::ValidationError("OUT.png", complaint);
+    }
     *state->result = RunImage(ImageEqualise, state->options);
   });
 

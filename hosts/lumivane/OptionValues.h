@@ -24,6 +24,15 @@ CLI::Option* CompleteFrom(CLI::Option* option, ValueSource source);
 /// Names the values of an option whose own check reads them. (A CLI::IsMember names its own.)
 CLI::Option* NameChoices(CLI::Option* option, const std::vector<std::string>& choices);
 
+/// Checks that a value is a number from `least` to `most`. "nan" is a number to a CLI::Range, and
+/// between all others.
+CLI::Validator Between(double least, double most);
+CLI::Validator NotNegative();
+
+/// Checks a name that a PNG file is written to: not that of another format, and not that of a
+/// folder.
+CLI::Validator PngFile();
+
 /// What was said about the option, by either function or by its type name.
 ValueSource SourceOf(CLI::Option* option);
 

@@ -1,5 +1,7 @@
 #include "hosts/lumivane/PictureOptions.h"
 
+#include "hosts/lumivane/OptionValues.h"
+
 namespace lumivane {
 
 void AddPlugInOption(CLI::App* command, std::string& path) {
@@ -14,10 +16,11 @@ void AddPictureOptions(CLI::App* command, PictureSource& source) {
           "Size of the pictures; the frame is fitted into it. Default: the frame's own size")
       ->type_name("WxH")
       ->check([](const std::string& text) {
-        return ParseSize(text) ? std::string() : "'" + text + "' is not a size such as 640x480";
+        return ParseSize(text) ? std::string()
+                               : "'" + text + "' is not a size such as " + kSizeExample;
       });
-  command->add_option("--clock", source.clock, "The filter's inputClock, 0 to 1")
-      ->check(CLI::Range(0.0, 1.0))
+  command->add_option("--clock", source.clock, "The filter's inputClock")
+      ->check(Between(0.0, 1.0))
       ->capture_default_str();
 }
 

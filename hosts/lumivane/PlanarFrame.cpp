@@ -144,9 +144,13 @@ std::optional<PlanarOperation> PlanarOperation::Make(const FrameOperation& asked
     const XFrameEdges& edges = operation.edges;
     const int rows = in.chromaY > 1 && interlaced ? rowsOfFields : in.chromaY;
     if (edges.left % in.chromaX != 0 || edges.top % rows != 0) {
-      *error = "the chroma of this stream needs a left edge that is a multiple of " +
-               std::to_string(in.chromaX) + " and a top edge that is a multiple of " +
-               std::to_string(rows);
+      std::string needs;
+      if (in.chromaX > 1) needs = "a left edge that is a multiple of " + std::to_string(in.chromaX);
+      if (rows > 1) {
+        needs += (needs.empty() ? "" : " and ") + std::string("a top edge that is a multiple of ") +
+                 std::to_string(rows);
+      }
+      *error = "the chroma of this stream needs " + needs;
       return std::nullopt;
     }
   }

@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "hosts/lumivane/ListenAddress.h"
+#include "hosts/lumivane/OptionValues.h"
 #include "hosts/lumivane/PictureOptions.h"
 #include "hosts/lumivane/VideoStream.h"
 
@@ -23,12 +24,12 @@ void AddStreamOptions(CLI::App* command, StreamOptions& options) {
       ->type_name("MATRIX")
       ->check(CLI::IsMember({"601", "709"}));
   command->add_option("--seconds", options.seconds, "End after so long; 0: when stopped")
-      ->check(CLI::Range(0.0, 1e7));
+      ->check(Between(0.0, 1e7));
   command->add_option("--frames,-n", options.frames, "End after so many frames; 0: when stopped")
       ->check(CLI::Range(std::uint64_t{0}, std::uint64_t{1} << 40));
   command->add_option("--wait", options.wait, "Longest wait for an installed camera's first frame")
       ->type_name("SECONDS")
-      ->check(CLI::Range(0.0, 600.0))
+      ->check(Between(0.0, 600.0))
       ->capture_default_str();
   command->add_flag("--require-camera", options.requireCamera, "Fail when there is no camera");
   command->add_flag("--json", options.json, "Print the summary as JSON");
@@ -65,7 +66,7 @@ void AddStreamCommands(CLI::App& app, int* result) {
   stream->add_option("--max-clients", streamed->maxClients, "Readers of the HTTP stream at a time")
       ->check(CLI::Range(1, 1000))
       ->capture_default_str();
-  stream->add_option("--quality", streamed->quality, "Of the JPEGs, 1 to 100")
+  stream->add_option("--quality", streamed->quality, "Quality of the JPEGs")
       ->check(CLI::Range(1, 100))
       ->capture_default_str();
   AddStreamOptions(stream, *streamed);

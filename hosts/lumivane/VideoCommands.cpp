@@ -42,7 +42,7 @@ void AddVideoCommands(CLI::App& app, int* result) {
         {"uyvy422", "argb"});
     // `resize` has a --size of its own.
     const char* const size = verb->get_name() == "resize" ? "--frame-size" : "--size,--frame-size";
-    AddParsed<PictureSize>(verb, size, &options->rawSize, ParseSize, "WxH", "640x480",
+    AddParsed<PictureSize>(verb, size, &options->rawSize, ParseSize, "WxH", kSizeExample,
                            "Size of raw frames");
     AddParsed<Ratio>(verb, "--rate", &options->rate, ParseRate, "RATE", "25 or 30000/1001",
                      "Raw frames per second, for --y4m")

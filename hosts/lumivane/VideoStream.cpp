@@ -107,7 +107,12 @@ bool SetParameter(const std::string& word, StreamFormat* format, std::string* er
     default:
       break;  // To be ignored, as the format has it.
   }
-  if (!ok) *error = "its header says " + word;
+  if (!ok) {
+    *error = "its header says " + word;
+    if (word[0] == 'W' || word[0] == 'H') {
+      *error += "; sides are from 1 to " + std::to_string(kLargestSide);
+    }
+  }
   return ok;
 }
 
