@@ -1,6 +1,7 @@
 // `lumivane view`: the live picture in a window.
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 
 #include "hosts/lumivane/CaptureFiles.h"
@@ -25,17 +26,24 @@ int Fail(const std::string& error) {
   return kExitFailed;
 }
 
+class Viewer;
+
+/// Whose recording is under way. When the display goes away, Xlib ends the program with exit: what
+/// was recorded until then is kept.
+Viewer* gRecording = nullptr;
+void KeepRecordingAtExit();
+
 class Viewer {
  public:
   explicit Viewer(const ViewOptions& options) : options_(options) {}
   int Run();
+  void StopRecording();
 
  private:
   bool Look(std::string* error);
   void Do(ViewAction action);
   void TakeSnapshot();
   void ToggleRecording();
-  void StopRecording();
   void Record(const Frame& frame);
   void Tell(const std::string& message);
   void UpdateState(double now);
@@ -107,6 +115,10 @@ void Viewer::ToggleRecording() {
   format.rate = {static_cast<std::int64_t>(recordingRate_), 1};
   format.matrix = MatrixFor(recordingSize_.height);
   writer_ = std::make_unique<FrameWriter>(std::move(output), format, 0);
+  gRecording = this;
+  // Refused, it leaves what was recorded in the file aside.
+  static const int registered = std::atexit(KeepRecordingAtExit);
+  static_cast<void>(registered);
   recordingStart_ = MonotonicSeconds();
   recordedTicks_ = 0;
   writer_->Offer({recordedTicks_++, picture_});
@@ -115,6 +127,7 @@ void Viewer::ToggleRecording() {
 
 void Viewer::StopRecording() {
   if (!writer_) return;
+  gRecording = nullptr;
   const double seconds = MonotonicSeconds() - recordingStart_;
   writer_->Finish(std::max(recordedTicks_, static_cast<std::uint64_t>(seconds * recordingRate_)));
   if (writer_->state() == SinkState::kFailed) {
@@ -126,6 +139,10 @@ void Viewer::StopRecording() {
     Tell("saved " + std::filesystem::path(recordingName_).filename().string());
   }
   writer_.reset();
+}
+
+void KeepRecordingAtExit() {
+  if (gRecording != nullptr) gRecording->StopRecording();
 }
 
 void Viewer::Record(const Frame& frame) {

@@ -355,4 +355,33 @@ TEST_F(ViewOnADisplay, KeepsPicturesAndRecordings) {
   EXPECT_FALSE(WaitForFile(".y4m").empty());
 }
 
+TEST_F(ViewOnADisplay, ARecordingIsKeptWhenTheDisplayGoesAway) {
+  Start();
+  EXPECT_TRUE(BarsFromTheLeft(Display(BarsFromTheLeft)));
+  Press("r");
+  // It is begun once its file aside is there.
+  const std::filesystem::path folder = std::filesystem::path(Path("x")).parent_path();
+  const auto begun = [&folder] {
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+      if (entry.path().string().find(".y4m.") != std::string::npos) return true;
+    }
+    return false;
+  };
+  for (int i = 0; i < 600 && !begun(); ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  }
+  server_->Signal(SIGKILL);
+  EXPECT_EQ(view_->Wait(), 1) << "the display was not left, it was lost";
+  const std::string y4m = WaitForFile(".y4m");
+  ASSERT_FALSE(y4m.empty()) << view_->Errors();
+  EXPECT_FALSE(begun());
+  EXPECT_EQ(ReadText(y4m).substr(0, 20), "YUV4MPEG2 W320 H240 ");
+}
+
+TEST_F(ViewWithoutDisplay, TellsAtOnceThatItsFolderIsNotThere) {
+  const ProgramResult run = Lumivane({"view", "--headless", "--snapshots", "/nowhere/at/all"});
+  EXPECT_EQ(run.exitCode, lumivane::kExitUsage);
+  EXPECT_THAT(run.err, HasSubstr("/nowhere/at/all"));
+}
+
 }  // namespace
