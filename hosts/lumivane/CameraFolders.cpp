@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "CICameraGen/SharedCameraBundle.h"
+#include "hosts/lumivane/ChildProcess.h"
 #include "hosts/lumivane/HostText.h"
 #include "hosts/lumivane/Progress.h"
 #include "platform/CoreFoundation/CoreFoundation.h"
@@ -18,6 +19,7 @@ namespace {
 constexpr double kSecondsToWaitForAFrame = 0.5;
 constexpr double kSecondsToWaitForAStart = 5;  // of a component that says that it is at it
 constexpr double kSecondsBetweenTries = 0.01;
+constexpr double kSecondsForATrial = 20;
 constexpr std::uint32_t k2vuy = '2vuy';
 
 void LookAt(CameraPlace& place) {
@@ -111,7 +113,9 @@ CameraPlace LoadedPlace() {
   return {};
 }
 
-CameraTrial TryCamera(const CameraPlace& place) {
+namespace {
+
+CameraTrial TryHere(const CameraPlace& place) {
   CameraTrial trial;
   const Held<CFBundleRef> bundle = CreateBundle(place.path, &trial.error);
   if (!bundle) return trial;
@@ -165,7 +169,69 @@ CameraTrial TryCamera(const CameraPlace& place) {
   return trial;
 }
 
+std::string ToText(const CameraTrial& trial) {
+  return nlohmann::json{{"created", trial.created},
+                        {"loaded", trial.loaded},
+                        {"hasEntryPoint", trial.hasEntryPoint},
+                        {"hasFrame", trial.hasFrame},
+                        {"error", trial.error},
+                        {"name", trial.name},
+                        {"version", trial.version},
+                        {"width", trial.width},
+                        {"height", trial.height},
+                        {"pixelFormat", trial.pixelFormat}}
+      .dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+CameraTrial FromText(const std::string& text) {
+  const nlohmann::json values = nlohmann::json::parse(text);
+  CameraTrial trial;
+  trial.created = values["created"];
+  trial.loaded = values["loaded"];
+  trial.hasEntryPoint = values["hasEntryPoint"];
+  trial.hasFrame = values["hasFrame"];
+  trial.error = values["error"];
+  trial.name = values["name"];
+  trial.version = values["version"];
+  trial.width = values["width"];
+  trial.height = values["height"];
+  trial.pixelFormat = values["pixelFormat"];
+  return trial;
+}
+
+}  // namespace
+
+CameraTrial TryCamera(const CameraPlace& place) {
+  std::string error;
+  const Held<CFBundleRef> bundle = CreateBundle(place.path, &error);
+  const bool inUse = bundle && CFBundleIsExecutableLoaded(bundle.get());
+  if (inUse || !HasOneThread()) return TryHere(place);
+  const std::optional<std::string> text =
+      DoInChild([&place] { return ToText(TryHere(place)); }, kSecondsForATrial, &error);
+  if (text) return FromText(*text);
+  CameraTrial trial;
+  trial.created = true;
+  trial.fatal = true;
+  trial.error = error;
+  return trial;
+}
+
+CFBundleRef LoadedCamera() {
+  const CFArrayRef bundles = CFBundleGetAllBundles();
+  for (CFIndex i = 0; i < CFArrayGetCount(bundles); ++i) {
+    const auto bundle =
+        static_cast<CFBundleRef>(const_cast<void*>(CFArrayGetValueAtIndex(bundles, i)));
+    if (bundle == CFBundleGetMainBundle() || !CFBundleIsExecutableLoaded(bundle)) continue;
+    // Nothing else has such a function.
+    if (CFBundleGetFunctionPointerForName(bundle, SharedCameraBundle::kCameraComponentFunction2)) {
+      return bundle;
+    }
+  }
+  return nullptr;
+}
+
 std::string CurrentCameraName() {
+  if (const CFBundleRef loaded = LoadedCamera()) return ComponentName(loaded);
   for (const CameraPlace& place : CameraPlaces()) {
     if (place.kind == CameraPlace::kNothing) continue;
     std::string error;

@@ -40,6 +40,7 @@ struct CameraTrial {
   bool loaded = false;   ///< its executable can be loaded
   bool hasEntryPoint = false;
   bool hasFrame = false;  ///< it offered a frame within half a second
+  bool fatal = false;     ///< it ends or holds up every program that uses it
   std::string error;      ///< why not, where something failed
   std::string name;       ///< display name, else the file's
   std::string version;
@@ -48,13 +49,20 @@ struct CameraTrial {
   std::string pixelFormat;  ///< "2vuy", else "ARGB"
 };
 
-/// Loads the component at `place`, asks it for frames, and unloads it again unless it was loaded.
+/// Loads the component at `place` and asks it for frames, in a process of its own: one that crashes
+/// does so there. One that this process has loaded is asked here.
 CameraTrial TryCamera(const CameraPlace& place);
 
 /// Display name of a component: what its description says, else its file's.
 std::string ComponentName(CFBundleRef bundle);
 
-/// Display name of the component that would be loaded now; empty when there is none.
+/// The component that is loaded in this process, wherever it was found: what lies in the folders
+/// may be another by now, or nothing. Null while none is loaded. Not retained: the filter holds it
+/// until the process ends.
+CFBundleRef LoadedCamera();
+
+/// Display name of the component that is loaded, else of the one that would be; empty when there is
+/// none.
 std::string CurrentCameraName();
 
 }  // namespace lumivane

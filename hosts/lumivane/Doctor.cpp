@@ -78,8 +78,10 @@ int RunDoctor(const DoctorOptions& options) {
   };
   // Devices first: a camera that is tried below is in use by this process.
   const Findings devices = LookAtDevices();
-  add(LookAtPlugIn(options.plugIn));
-  add(LookAtComponents());
+  CameraUse use = CameraUse::kNone;
+  const Findings components = LookAtComponents(&use);
+  add(LookAtPlugIn(options.plugIn, use));
+  add(components);
   add(LookAtSettings());
   add(devices);
   add(LookAtModules());

@@ -19,11 +19,18 @@ struct Finding {
 };
 using Findings = std::vector<Finding>;
 
-/// Loads the plug-in (`given`, or where it is looked for) and asks its filter for a picture.
-Findings LookAtPlugIn(const std::string& given);
+/// A shell's command that gives what stands at `path` another name.
+std::string OutOfTheWay(const std::string& path);
+
+/// What came of trying the component that the filter loads.
+enum class CameraUse { kNone, kFrames, kFatal };
 
 /// Tries each component for real, and says which one the filter loads.
-Findings LookAtComponents();
+Findings LookAtComponents(CameraUse* use);
+
+/// Loads the plug-in (`given`, or where it is looked for) and asks its filter for a picture, unless
+/// the camera would end this process.
+Findings LookAtPlugIn(const std::string& given, CameraUse use);
 
 /// Rights, holders, names and signal of these devices.
 Findings FindingsOf(const std::vector<VideoDevice>& devices);

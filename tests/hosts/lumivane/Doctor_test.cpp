@@ -335,6 +335,47 @@ TEST(Doctor, SaysWhatIsWrongAndWhatToDo) {
   EXPECT_EQ(plugIn.exitCode, lumivane::kExitBroken);
 }
 
+json CameraFinding(const ProgramResult& run, const std::string& subject) {
+  const json report = json::parse(run.out, nullptr, false);
+  if (report.is_discarded()) return {};
+  for (const json& finding : report["findings"]) {
+    if (finding["subject"] == subject) return finding;
+  }
+  return {};
+}
+
+TEST(Doctor, OutlivesACameraThatCrashesAndSaysHowToBeRidOfIt) {
+  fs::create_directories(test::UserComponents());
+  fs::create_symlink(LUMIVANE_SCRIPTED_CAMERA, UserComponent());
+  const ScopedVariable script("LUMIVANE_SCRIPTED_CAMERA", "crash");
+  const ProgramResult run = Lumivane({"doctor", "--json"});
+  EXPECT_EQ(run.exitCode, lumivane::kExitBroken) << run.err;
+  const json finding = CameraFinding(run, "camera, user");
+  EXPECT_EQ(finding["level"], "broken");
+  EXPECT_THAT(finding["text"].get<std::string>(), HasSubstr("crashes the program that loads it"));
+  EXPECT_THAT(finding["remedy"].get<std::string>(),
+              HasSubstr("`lumivane camera remove --domain user`"));
+  EXPECT_THAT(CameraFinding(run, "plug-in")["text"].get<std::string>(), HasSubstr("not tried"));
+  const ProgramResult list = Lumivane({"camera", "list"});
+  EXPECT_THAT(list.out, HasSubstr("crashes the program that loads it"));
+  fs::remove_all(test::UserComponents());
+}
+
+TEST(Doctor, SaysWhatReallyTakesABrokenCameraAway) {
+  test::WriteFile(UserComponent(), "not a library");
+  const json finding = CameraFinding(Lumivane({"doctor", "--json"}), "camera, user");
+  // The path once, and a command for what is no link.
+  const std::string text = finding["text"];
+  EXPECT_EQ(text.rfind(UserComponent().string()), 0u) << text;
+  const std::string remedy = finding["remedy"];
+  const std::size_t start = remedy.find("`mv ");
+  ASSERT_NE(start, std::string::npos) << remedy;
+  const std::string command = remedy.substr(start + 1, remedy.find('`', start + 1) - start - 1);
+  EXPECT_EQ(test::RunProgram({"sh", "-c", command}).exitCode, 0) << command;
+  EXPECT_EQ(CameraFinding(Lumivane({"doctor", "--json"}), "camera, user")["level"], "ok");
+  fs::remove_all(test::UserComponents());
+}
+
 TEST(Doctor, ShowsTheLogsLastLines) {
   std::string lines;
   for (int i = 0; i < 50000; ++i) lines += "line " + std::to_string(i) + "\n";
@@ -363,7 +404,16 @@ TEST(Doctor, SaysWhichSettingCannotBeUsed) {
   EXPECT_THAT(run.out, HasSubstr("rotate"));
   EXPECT_THAT(run.out, HasSubstr("`lumivane camera use` sets it; the file is " + file.string()));
   EXPECT_THAT(run.out, HasSubstr("the source is test"));
+
+  // Each with what mends it, and not with a command that would refuse.
+  test::WriteFile(file, "[camera]\nsource=test\ncolor=1\n");
+  EXPECT_THAT(Lumivane({"doctor"}).out, HasSubstr("-> take that line out of " + file.string()));
+  test::WriteFile(file, "no settings\n");
+  EXPECT_THAT(Lumivane({"doctor"}).out,
+              HasSubstr("`mv '" + file.string() + "' '" + file.string() + ".away'`"));
   fs::remove(file);
+  const ScopedVariable size("LUMIVANE_CAMERA_SIZE", "7");
+  EXPECT_THAT(Lumivane({"doctor"}).out, HasSubstr("-> `unset LUMIVANE_CAMERA_SIZE`"));
 }
 
 TEST(Doctor, SaysWhenSdlIsToldToShowNothing) {

@@ -5,6 +5,7 @@
  *           changing pixel
  *   stale   one frame, of a camera that says it has been stale for a while
  *   none    no frame, ever
+ *   crash   ends the program that asks
  *   bars    (or nothing) eight grey bars, the leftmost black, that stand still
  *
  * LUMIVANE_SCRIPTED_STATUS=no: the component says nothing of itself.
@@ -57,6 +58,7 @@ static void Draw(void) {
 
 int32_t __public_fn2(tagSHARED_CAMERA_BUFFER* record) {
   const char* error = NULL;
+  if (strcmp(Script(), "crash") == 0) abort();
   if (record->structSize != LUMIVANE_CAMERA_RECORD_SIZE || strcmp(Script(), "none") == 0) return 0;
   if (sFrame == NULL) {
     sFrame = (unsigned char*)LumivaneCamera_AllocateFrame(kSize, &error);
