@@ -1,6 +1,7 @@
 // `lumivane file alias make|resolve`: alias files as the Finder makes them, with the record as
 // resource 'alis' 0 and the alias bit among the Finder's flags.
 #include <cstdio>
+#include <filesystem>
 
 #include "hosts/lumivane/ExitCodes.h"
 #include "hosts/lumivane/FileCommands.h"
@@ -47,6 +48,12 @@ OSErr StoreAlias(const FSRef& file, const FSRef& target) {
 int RunFileAliasMake(const FileOptions& options) {
   FSRef target;
   if (!FindFile(options.target, &target)) return kExitFailed;
+  std::error_code ignored;  // A folder that cannot be looked at counts as there: making tells why.
+  const std::filesystem::path folder = std::filesystem::path(options.path).parent_path();
+  if (!folder.empty() &&
+      std::filesystem::status(folder, ignored).type() == std::filesystem::file_type::not_found) {
+    return FileFailure(options.path, FileErrorText(dirNFErr));
+  }
   LFSRef file(options.path.c_str());
   if (!file.HasLatentPath()) return FileFailure(options.path, FileErrorText(bdNamErr));
   const FSCatalogInfo_t info(AliasInfo(target));

@@ -26,7 +26,8 @@ std::string UnitsText(const HFSUniStr255& name) {
 
 int RunFileNameConvert(const FileOptions& options) {
   LHFSUnicodeName name;
-  if (options.name.empty() || !name.Construct(options.name)) {
+  if (options.name.empty()) return FileFailure("''", "an empty name is none");
+  if (!name.Construct(options.name)) {
     return FileFailure(options.name, "is no UTF-8 text");
   }
   nlohmann::ordered_json values = {

@@ -191,6 +191,9 @@ TEST_F(FileCommand, RefusesBadAliases) {
   EXPECT_THAT(File({"alias", "make", Path("file"), Path("file")}).err, HasSubstr("exists already"));
   EXPECT_THAT(File({"alias", "make", Path("missing"), Path("new")}).err, HasSubstr("no such file"));
   EXPECT_THAT(File({"alias", "make", Path("file"), Path("a/b")}).err, HasSubstr("no such folder"));
+  EXPECT_THAT(File({"alias", "make", Path("file"), "no such folder here/b"}).err,
+              HasSubstr("here/b: no such folder"))
+      << "nor where the path is a relative one";
   EXPECT_EQ(File({"alias", "make", Path("file"), Folder() + "/"}).exitCode, lumivane::kExitFailed);
   EXPECT_THAT(File({"alias", "resolve", Path("file")}).err, HasSubstr("no resources"));
   EXPECT_EQ(std::distance(fs::directory_iterator(Folder()), {}), 1) << "nothing is left behind";
