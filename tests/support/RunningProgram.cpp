@@ -8,6 +8,8 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdint>
+#include <fstream>
 #include <stdexcept>
 #include <thread>
 
@@ -71,6 +73,21 @@ void RunningProgram::StopReading() {
 
 void RunningProgram::Signal(int signal) const {
   if (pid_ > 0) kill(pid_, signal);
+}
+
+bool RunningProgram::WaitUntilItAnswers(int signal) const {
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+  while (std::chrono::steady_clock::now() < end) {
+    std::ifstream status("/proc/" + std::to_string(pid_) + "/status");
+    for (std::string line; std::getline(status, line);) {
+      // Blocked, to be read, or caught.
+      if (!line.starts_with("SigBlk:") && !line.starts_with("SigCgt:")) continue;
+      const std::uint64_t signals = std::stoull(line.substr(7), nullptr, 16);
+      if ((signals >> (signal - 1) & 1) != 0) return true;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  return false;
 }
 
 int RunningProgram::Wait(double seconds) {

@@ -26,6 +26,9 @@ class RunningProgram {
   /// Closes the reading end.
   void StopReading();
   void Signal(int signal) const;
+  /// Waits until it takes `signal` into its own hands, as it does once it has started: until then
+  /// the signal would end it. False when it does not.
+  bool WaitUntilItAnswers(int signal) const;
   /// Waits for its end. The exit code, or 128 + the signal's number; -1 and it is killed, when it
   /// does not end within `seconds`.
   int Wait(double seconds = 60);

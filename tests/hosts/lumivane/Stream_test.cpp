@@ -420,7 +420,8 @@ TEST_F(StreamCommand, WritesIntoANamedPipe) {
   EXPECT_EQ(run.Wait(), 0) << run.Errors();
 
   RunningProgram alone({Program(), "stream", "-o", Path("p"), "-q"});
-  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  ASSERT_TRUE(alone.WaitUntilItAnswers(SIGINT));
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));
   alone.Signal(SIGINT);
   EXPECT_EQ(alone.Wait(), 0) << "a pipe nobody opens is waited for, not for ever";
 }

@@ -174,7 +174,8 @@ TEST_F(ViewWithoutDisplay, RunsHeadlessWhereAsked) {
 
 TEST_F(ViewWithoutDisplay, EndsWithASignal) {
   RunningProgram run({Program(), "view", "--headless"});
-  std::this_thread::sleep_for(std::chrono::milliseconds(500));
+  ASSERT_TRUE(run.WaitUntilItAnswers(SIGINT));
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));
   run.Signal(SIGINT);
   EXPECT_EQ(run.Wait(), 0) << run.Errors();
 }
