@@ -7,6 +7,7 @@
 #include <exception>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <utility>
 
 #include "components/camera_component.h"
@@ -20,6 +21,7 @@ using gstcamera::LiveCamera;
 std::mutex sLock;
 LiveCamera* sCamera = nullptr;
 bool sReported = false;
+bool sEnded = false;  // the process is ending: no camera is started any more
 
 void ReportOnce(const std::string& text) {
   if (!sReported) gstcamera::WriteToLog(text);
@@ -75,6 +77,13 @@ bool EndCamera() {
 
 // Runs when the process ends, and when the component is unloaded before it had a camera.
 __attribute__((destructor)) void StopCamera() {
+  // Another thread may still be asking for frames. One that holds the lock for long is not there
+  // any more: it stayed behind in the process that this one was forked from.
+  std::unique_lock guard(sLock, std::defer_lock);
+  for (int i = 0; i < 100 && !guard.try_lock(); ++i)
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  if (!guard.owns_lock()) return;
+  sEnded = true;
   EndCamera();
 }
 
@@ -85,6 +94,7 @@ extern "C" {
 LUMIVANE_CAMERA_ENTRY int32_t __public_fn2(tagSHARED_CAMERA_BUFFER* record) {
   if (record == nullptr || record->structSize != LUMIVANE_CAMERA_RECORD_SIZE) return 0;
   const std::lock_guard guard(sLock);
+  if (sEnded) return 0;
   try {
     LiveCamera* const camera = RunningCamera();
     return camera != nullptr && camera->Newest(record) ? 1 : 0;

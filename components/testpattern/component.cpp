@@ -1,12 +1,14 @@
 // The entry points of the test-pattern camera component.
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <mutex>
 #include <string>
+#include <thread>
 
 #include "components/camera_component.h"
 #include "components/testpattern/frame_source.h"
@@ -20,6 +22,7 @@ using testpattern::PixelFormat;
 std::mutex sLock;
 FrameSource* sSource = nullptr;
 bool sReported = false;
+bool sEnded = false;  // no thread is started any more
 
 void Report(const std::string& line) {
   std::fprintf(stderr, "%s\n", line.c_str());
@@ -66,10 +69,21 @@ LumivaneCameraStatus StatusOf(const FrameSource& source) {
   return status;
 }
 
-// Runs when the component is unloaded, and when the process ends.
-__attribute__((destructor)) void StopSource() {
+void StopSource() {
   if (sSource != nullptr && sSource->IsRunningHere()) delete sSource;
   sSource = nullptr;
+}
+
+// Runs when the component is unloaded, and when the process ends.
+__attribute__((destructor)) void End() {
+  // Another thread may still be asking for frames. One that holds the lock for long is not there
+  // any more: it stayed behind in the process that this one was forked from.
+  std::unique_lock guard(sLock, std::defer_lock);
+  for (int i = 0; i < 100 && !guard.try_lock(); ++i)
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  if (!guard.owns_lock()) return;
+  sEnded = true;
+  StopSource();
 }
 
 }  // namespace
@@ -80,6 +94,7 @@ LUMIVANE_CAMERA_ENTRY int32_t __public_fn2(tagSHARED_CAMERA_BUFFER* record) {
   if (record == nullptr || record->structSize != LUMIVANE_CAMERA_RECORD_SIZE) return 0;
   const std::lock_guard guard(sLock);
   static bool failureReported = false;
+  if (sEnded) return 0;
   try {
     FrameSource* const source = RunningSource();
     const testpattern::Settings& settings = source->settings();
