@@ -36,6 +36,12 @@ class FakeCamera {
   const std::string device = "/dev/shm/lumivane-camera-" + std::to_string(getpid());
 
  private:
+  // Behind what helps the thread sanitizer, where that is preloaded.
+  static std::string Preloaded() {
+    const char* const before = std::getenv("LD_PRELOAD");
+    return (before == nullptr || *before == 0 ? std::string() : std::string(before) + ":") +
+           LUMIVANE_FAKE_CAMERA;
+  }
   // The preloaded library comes before the sanitizer's own.
   static std::string Sanitizer() {
     const char* const before = std::getenv("ASAN_OPTIONS");
@@ -48,7 +54,7 @@ class FakeCamera {
                                        LUMIVANE_TEST_GST_REGISTRIES "/gst-registry-of-fakes.bin"};
   const test::ScopedVariable plugIns_{
       "GST_PLUGIN_PATH", std::filesystem::path(LUMIVANE_FAKE_CAMERA).parent_path().string()};
-  const test::ScopedVariable preload_{"LD_PRELOAD", LUMIVANE_FAKE_CAMERA};
+  const test::ScopedVariable preload_{"LD_PRELOAD", Preloaded()};
   const test::ScopedVariable asan_{"ASAN_OPTIONS", Sanitizer()};
   const test::ScopedVariable path_{"LUMIVANE_FAKE_CAMERA", device};
   const test::ScopedVariable log_{"LUMIVANE_FAKE_CAMERA_LOG", (folder_ / "log").string()};
